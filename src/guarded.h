@@ -1,0 +1,30 @@
+#pragma once
+
+#include <windows.h>
+
+#include <new>
+
+namespace kelvor {
+
+// Runs the body of a COM method, an export or a thread. Nothing of C++ crosses the binary
+// interface: a failed allocation answers E_OUTOFMEMORY, anything else E_UNEXPECTED.
+template <class Callable>
+HRESULT Guarded(Callable&& callable) noexcept
+{
+    try {
+        return callable();
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    } catch (...) {
+        return E_UNEXPECTED;
+    }
+}
+
+// The calling thread's last error as a failing HRESULT, E_FAIL when it says success.
+inline HRESULT LastErrorResult() noexcept
+{
+    const HRESULT hr = HRESULT_FROM_WIN32(GetLastError());
+    return FAILED(hr) ? hr : E_FAIL;
+}
+
+}  // namespace kelvor
