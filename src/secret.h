@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <memory>
-#include <span>
 #include <string_view>
 #include <type_traits>
 #include <vector>
@@ -46,47 +45,57 @@ struct WipingAllocator {
     }
 };
 
-// A run of secret units (bytes, UTF-8 or UTF-16 code units). Moves, never copies; unlike a string
-// it has no small buffer inside the object that a move would leave behind.
+// A run of secret units (bytes, UTF-8 or UTF-16 code units), followed in memory by a zero unit.
+// Moves, never copies; unlike a string it has no small buffer inside the object that a move would
+// leave behind.
 template <class T>
 class Secret {
     static_assert(std::is_trivially_copyable_v<T>);
 
  public:
-    Secret() noexcept = default;
-    explicit Secret(std::size_t count) : units_(count) {}
-    explicit Secret(std::basic_string_view<T> text) : units_(text.begin(), text.end()) {}
-    Secret(Secret&&) noexcept = default;
-    Secret& operator=(Secret&&) noexcept = default;
+    Secret() : units_(1) {}
+    explicit Secret(std::size_t count) : units_(count + 1) {}
+    explicit Secret(std::basic_string_view<T> text) : Secret() { Append(text); }
+    // The source is left empty but usable.
+    Secret(Secret&& other) : Secret() { units_.swap(other.units_); }
+    Secret& operator=(Secret&& other) noexcept
+    {
+        units_.swap(other.units_);
+        other.Clear();
+        return *this;
+    }
     Secret(const Secret&) = delete;
     Secret& operator=(const Secret&) = delete;
     ~Secret() = default;
 
     T* Data() noexcept { return units_.data(); }
     const T* Data() const noexcept { return units_.data(); }
-    std::size_t Size() const noexcept { return units_.size(); }
-    bool Empty() const noexcept { return units_.empty(); }
-    std::basic_string_view<T> View() const noexcept { return {units_.data(), units_.size()}; }
+    // Zero-terminated.
+    const T* CStr() const noexcept { return units_.data(); }
+    std::size_t Size() const noexcept { return units_.size() - 1; }
+    bool Empty() const noexcept { return Size() == 0; }
+    std::basic_string_view<T> View() const noexcept { return {units_.data(), Size()}; }
 
-    void Reserve(std::size_t count) { units_.reserve(count); }
-    void Append(T unit) { units_.push_back(unit); }
+    void Reserve(std::size_t count) { units_.reserve(count + 1); }
+    void Append(T unit) { units_.insert(units_.end() - 1, unit); }
     void Append(std::basic_string_view<T> text)
     {
-        units_.insert(units_.end(), text.begin(), text.end());
+        units_.insert(units_.end() - 1, text.begin(), text.end());
     }
     // Keeps the first `count` units and overwrites the rest.
     void Shrink(std::size_t count) noexcept
     {
-        if (count < units_.size()) {
-            WipeMemory(units_.data() + count, (units_.size() - count) * sizeof(T));
-            units_.resize(count);
+        if (count < Size()) {
+            WipeMemory(units_.data() + count, (Size() - count) * sizeof(T));
+            units_.erase(units_.begin() + static_cast<std::ptrdiff_t>(count), units_.end() - 1);
         }
     }
+    void Clear() noexcept { Shrink(0); }
     // Overwrites every unit with zero; the size stays.
-    void Wipe() noexcept { WipeMemory(units_.data(), units_.size() * sizeof(T)); }
+    void Wipe() noexcept { WipeMemory(units_.data(), Size() * sizeof(T)); }
 
  private:
-    std::vector<T, WipingAllocator<T>> units_;
+    std::vector<T, WipingAllocator<T>> units_;  // never empty: the zero unit is always there
 };
 
 using SecretBytes = Secret<unsigned char>;
