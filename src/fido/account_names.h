@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "fido/pending_tap.h"
+
+namespace kelvor {
+
+// Whether the accounts on a key include the one that a tile names.
+enum class TileMatch {
+    One,         // exactly one statement is the tile's account
+    None,        // none of them is
+    CannotTell,  // the tile or a statement has no name, or several statements match
+};
+
+// Compares without regard to case, by the whole name and then by the short one. `index` is set for
+// TileMatch::One only.
+[[nodiscard]] TileMatch MatchTileAccount(const std::vector<KeyStatement>& statements,
+                                         std::wstring_view tileUser, std::size_t& index);
+
+// The user's part of `DOMAIN\user` and of `user@domain`.
+[[nodiscard]] std::wstring ShortAccountName(std::wstring_view name);
+
+}  // namespace kelvor
