@@ -9,8 +9,5 @@ set(kelvor_cxx_include /usr/lib/gcc/x86_64-w64-mingw32/${kelvor_gcc_version}/inc
 set(CMAKE_CXX_STANDARD_INCLUDE_DIRECTORIES
   ${kelvor_cxx_include} ${kelvor_cxx_include}/x86_64-w64-mingw32)
 
-set(CMAKE_CXX_COMPILER_WORKS TRUE)  # Clang alone cannot link here; the rules below can.
-set(CMAKE_CXX_LINK_EXECUTABLE
-  "${KELVOR_GXX} <CMAKE_CXX_LINK_FLAGS> <LINK_FLAGS> <OBJECTS> -o <TARGET> -Wl,--out-implib,<TARGET_IMPLIB> <LINK_LIBRARIES>")
-set(CMAKE_CXX_CREATE_SHARED_LIBRARY
-  "${KELVOR_GXX} -shared <LANGUAGE_COMPILE_FLAGS> <LINK_FLAGS> -o <TARGET> -Wl,--out-implib,<TARGET_IMPLIB> <OBJECTS> <LINK_LIBRARIES>")
+set(CMAKE_CXX_COMPILER_WORKS TRUE)  # Clang alone cannot link here; GCC's driver can.
+set(CMAKE_USER_MAKE_RULES_OVERRIDE_CXX ${CMAKE_CURRENT_LIST_DIR}/clang_link_rules.cmake)

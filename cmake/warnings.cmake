@@ -3,10 +3,11 @@ add_library(kelvor_options INTERFACE)
 target_compile_definitions(kelvor_options INTERFACE
   UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00)
 if(MSVC)
-  target_compile_options(kelvor_options INTERFACE /W4 /WX /permissive- /utf-8 /Brepro)
+  target_compile_options(kelvor_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:
+    /W4 /WX /permissive- /Zc:__cplusplus /utf-8 /Brepro>)
   target_link_options(kelvor_options INTERFACE /Brepro)
 else()
-  # -frandom-seed and the prefix map make an object the same bytes wherever the tree lies.
+  # The prefix map makes an object the same bytes wherever the tree lies.
   target_compile_options(kelvor_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
     -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -Wdate-time>)
