@@ -1,0 +1,96 @@
+#pragma once
+
+#include <windows.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "handle.h"
+#include "lock.h"
+
+namespace kelvor::test {
+
+// What the card service does with one request.
+struct Reply {
+    std::vector<std::string> pieces;  // written one after another, each flushed
+    bool hangsUp = false;             // closes the connection after the pieces
+    bool staysSilent = false;         // holds the connection open until the client leaves it
+    bool stops = false;               // the whole service is gone once the pieces are written
+    bool waits = false;               // does all this only after Proceed
+
+    // One answer line; the line feed is added.
+    static Reply Line(std::string json);
+    // These bytes as they are, then the end of the connection.
+    static Reply Cut(std::string bytes);
+    // The answer line in pieces of one byte.
+    static Reply Dribble(const std::string& json);
+    // `sizeBytes` letters, then a line feed when asked for.
+    static Reply Flood(std::size_t sizeBytes, bool lineFeed);
+    static Reply Silence();
+    static Reply HangUp();
+    // The service dies over this request, having written only these bytes.
+    static Reply Die(std::string bytes = {});
+};
+
+// A scripted card service on a real named pipe, several clients at once, on threads of its own.
+// Every command is answered with success for CORP\alice unless told otherwise. Any thread.
+class FakeCardService {
+ public:
+    // Starts to serve at once.
+    explicit FakeCardService(std::wstring pipeName);
+    ~FakeCardService();
+    FakeCardService(const FakeCardService&) = delete;
+    FakeCardService& operator=(const FakeCardService&) = delete;
+
+    // The answer to a command from now on; a JSON line or any other behaviour.
+    void Answers(const std::string& command, std::string json);
+    void Answers(const std::string& command, Reply reply);
+    // The answer to its next request only, before the one from Answers; may be called repeatedly.
+    void AnswersOnce(const std::string& command, Reply reply);
+
+    // Takes the pipe away, as when the service is not running, and puts it back.
+    void Stop();
+    void Start();
+
+    // Lets a reply that waits go on.
+    void Proceed();
+    // Waits until a request for `command` has been read; false after ten seconds.
+    bool WaitForRequest(const std::string& command) const;
+
+    // The request lines received so far without their line feed, and the commands in them.
+    std::vector<std::string> Requests() const;
+    std::vector<std::string> Commands() const;
+    // The last request line of a command; empty when there was none.
+    std::string LastRequest(const std::string& command) const;
+    std::size_t Count(const std::string& command) const;
+    // From now on only commands are kept, and each request line is wiped once it is judged.
+    void KeepOnlyCommands();
+    // Overwrites and drops all request lines kept so far.
+    void WipeRequests();
+
+ private:
+    struct Client;
+    static DWORD WINAPI Serve(void* service);
+    static DWORD WINAPI ServeClient(void* client);
+    void Listen();
+    void Converse(HANDLE pipe);
+    Reply Take(std::string& request);
+    void CloseListener();
+
+    std::wstring pipeName_;
+    Lock lock_;
+    std::map<std::string, Reply> answers_;
+    std::map<std::string, std::vector<Reply>> once_;
+    std::vector<std::string> requests_;
+    std::vector<std::string> commands_;
+    bool keepsRequests_ = true;
+    UniqueKernelObject stop_;
+    UniqueKernelObject listening_;
+    UniqueKernelObject proceed_;
+    UniqueKernelObject received_;
+    HANDLE listener_ = nullptr;
+    std::vector<HANDLE> clients_;
+};
+
+}  // namespace kelvor::test
