@@ -1,0 +1,41 @@
+#include "cardsvc/answer_reader.h"
+
+#include "cardsvc/json_codec.h"
+#include "cardsvc/utf_text.h"
+
+namespace kelvor {
+
+Verdict ReadOk(std::string_view answer)
+{
+    bool ok = false;
+    if (!JsonReadBool(answer, "ok", ok)) {
+        return Verdict::Unclear;
+    }
+    return ok ? Verdict::Yes : Verdict::No;
+}
+
+bool ReadText(std::string_view object, std::string_view key, std::string& value)
+{
+    std::size_t position = JsonFindKey(object, key);
+    return JsonReadString(object, position, value) && !value.empty();
+}
+
+std::wstring ReadWideText(std::string_view object, std::string_view key)
+{
+    std::string value;
+    return ReadText(object, key, value) ? Utf8ToUtf16(value) : std::wstring();
+}
+
+bool ReadFlag(std::string_view object, std::string_view key)
+{
+    bool value = false;
+    return JsonReadBool(object, key, value) && value;
+}
+
+std::wstring RefusalReason(std::string_view answer, const wchar_t* defaultText)
+{
+    std::wstring reason = ReadWideText(answer, "error");
+    return reason.empty() ? defaultText : reason;
+}
+
+}  // namespace kelvor
