@@ -1,0 +1,65 @@
+#include "fido/account_names.h"
+
+#include <windows.h>
+
+namespace kelvor {
+namespace {
+
+bool SameName(std::wstring_view left, std::wstring_view right)
+{
+    return left.size() == right.size() &&
+           CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
+                                static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
+}
+
+std::wstring_view ShortName(std::wstring_view name)
+{
+    const std::size_t backslash = name.rfind(L'\\');
+    if (backslash != std::wstring_view::npos) {
+        name.remove_prefix(backslash + 1);
+    }
+    return name.substr(0, name.find(L'@'));
+}
+
+bool IsTileAccount(std::wstring_view account, std::wstring_view tileUser)
+{
+    if (SameName(account, tileUser)) {
+        return true;
+    }
+    const std::wstring_view shortAccount = ShortName(account);
+    return !shortAccount.empty() && SameName(shortAccount, ShortName(tileUser));
+}
+
+}  // namespace
+
+TileMatch MatchTileAccount(const std::vector<KeyStatement>& statements, std::wstring_view tileUser,
+                           std::size_t& index)
+{
+    if (tileUser.empty()) {
+        return TileMatch::CannotTell;
+    }
+    std::size_t matches = 0;
+    std::size_t lastMatch = 0;
+    bool unnamedSeen = false;
+    for (std::size_t i = 0; i < statements.size(); ++i) {
+        const std::wstring& account = statements[i].accountName;
+        if (account.empty()) {
+            unnamedSeen = true;  // it might be the tile's
+        } else if (IsTileAccount(account, tileUser)) {
+            ++matches;
+            lastMatch = i;
+        }
+    }
+    if (matches == 1) {
+        index = lastMatch;
+        return TileMatch::One;
+    }
+    return matches == 0 && !unnamedSeen ? TileMatch::None : TileMatch::CannotTell;
+}
+
+std::wstring ShortAccountName(std::wstring_view name)
+{
+    return std::wstring(ShortName(name));
+}
+
+}  // namespace kelvor
