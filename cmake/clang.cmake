@@ -1,7 +1,7 @@
 # The second compiler: Clang against the MinGW-w64 headers. GCC's driver links the objects.
 include(${CMAKE_CURRENT_LIST_DIR}/mingw.cmake)
 
-set(CMAKE_CXX_COMPILER clang++)
+set(CMAKE_CXX_COMPILER clang++-14)
 set(CMAKE_CXX_COMPILER_TARGET x86_64-w64-mingw32)
 execute_process(COMMAND ${KELVOR_GXX} -dumpversion OUTPUT_VARIABLE kelvor_gcc_version
   OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)

@@ -27,3 +27,7 @@ endif()
 set(KELVOR_LINK_FLAGS "-specs=${KELVOR_SPECS} -static")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "${KELVOR_LINK_FLAGS}")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "${KELVOR_LINK_FLAGS}")
+
+# Tests whose command is a target run in a Wine prefix of the project's own.
+get_filename_component(kelvor_scripts ${CMAKE_CURRENT_LIST_DIR}/../scripts ABSOLUTE)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${kelvor_scripts}/under_wine)

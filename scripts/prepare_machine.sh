@@ -1,0 +1,62 @@
+# shellcheck shell=bash
+# Sourced by ./run: sees to the programs that the build and the tests call.
+
+# One line each: what is looked for (a command, or a file by its path), the packages that bring it.
+kDemoTools='cmake cmake
+ninja ninja-build
+x86_64-w64-mingw32-g++-win32 g++-mingw-w64-x86-64-win32
+x86_64-w64-mingw32-windres binutils-mingw-w64-x86-64
+wine wine wine64
+flock util-linux'
+kTestTools="$kDemoTools
+clang++-14 clang-14
+clang-format-14 clang-format-14
+clang-tidy-14 clang-tidy-14
+/usr/include/doctest/doctest.h doctest-dev
+git git
+python3 python3"
+
+is_there() {
+    case $1 in
+        wine) wine --version >/dev/null 2>&1 ;; # the command is there without its 64-bit part, too
+        /*) [ -e "$1" ] ;;
+        *) command -v "$1" >/dev/null 2>&1 ;;
+    esac
+}
+
+missing_packages() {
+    local thing packages
+    while read -r thing packages; do
+        is_there "$thing" || tr ' ' '\n' <<<"$packages"
+    done <<<"$1" | sort -u
+}
+
+install_packages() {
+    local as_root=()
+    if [ "$(id -u)" != 0 ]; then
+        command -v sudo >/dev/null || return 1
+        say "sudo is asked for, to install: $*"
+        as_root=(sudo)
+    fi
+    "${as_root[@]}" apt-get update -q &&
+        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+            apt-get install -q -y --no-install-recommends "$@"
+}
+
+# Installs what is missing of the given list, or says what to install where that cannot be done.
+prepare_machine() {
+    local packages
+    mapfile -t packages < <(missing_packages "$1")
+    [ ${#packages[@]} = 0 ] && return
+    if command -v apt-get >/dev/null; then
+        step "Installing packages (a minute or two): ${packages[*]}"
+        install_packages "${packages[@]}"
+        mapfile -t packages < <(missing_packages "$1")
+        [ ${#packages[@]} = 0 ] && return
+    fi
+    {
+        echo "Please install these first, by the names that Debian gives them:"
+        printf '    %s\n' "${packages[@]}"
+    } >&2
+    exit 1
+}
