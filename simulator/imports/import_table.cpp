@@ -15,7 +15,7 @@ T* At(HMODULE module, std::size_t offset)
 std::string ImportName(HMODULE module, const IMAGE_THUNK_DATA64& name)
 {
     if (IMAGE_SNAP_BY_ORDINAL64(name.u1.Ordinal)) {
-        return "#" + std::to_string(IMAGE_ORDINAL64(name.u1.Ordinal));
+        return std::string("#").append(std::to_string(IMAGE_ORDINAL64(name.u1.Ordinal)));
     }
     const auto* byName = At<IMAGE_IMPORT_BY_NAME>(module, name.u1.AddressOfData);
     return reinterpret_cast<const char*>(byName->Name);
