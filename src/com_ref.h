@@ -47,6 +47,8 @@ class ComRef {
     Interface* operator->() const noexcept { return object_; }
     // For calls that hand a counted reference out. The ref must be empty.
     Interface** Receive() noexcept { return &object_; }
+    // Gives the reference up without releasing it.
+    Interface* Detach() noexcept { return std::exchange(object_, nullptr); }
 
  private:
     Interface* object_ = nullptr;

@@ -153,11 +153,9 @@ struct ICredentialProviderCredentialEvents : IUnknown {
     virtual HRESULT STDMETHODCALLTYPE DeleteFieldComboBoxItem(ICredentialProviderCredential* pcpc,
                                                               DWORD dwFieldID, DWORD dwItem) = 0;
     virtual HRESULT STDMETHODCALLTYPE AppendFieldComboBoxItem(ICredentialProviderCredential* pcpc,
-                                                              DWORD dwFieldID,
-                                                              LPCWSTR pszItem) = 0;
+                                                              DWORD dwFieldID, LPCWSTR pszItem) = 0;
     virtual HRESULT STDMETHODCALLTYPE SetFieldSubmitButton(ICredentialProviderCredential* pcpc,
-                                                           DWORD dwFieldID,
-                                                           DWORD dwAdjacentTo) = 0;
+                                                           DWORD dwFieldID, DWORD dwAdjacentTo) = 0;
     virtual HRESULT STDMETHODCALLTYPE OnCreatingWindow(HWND* phwndOwner) = 0;
 };
 
@@ -192,11 +190,10 @@ struct ICredentialProviderCredential : IUnknown {
     virtual HRESULT STDMETHODCALLTYPE SetComboBoxSelectedValue(DWORD dwFieldID,
                                                                DWORD dwSelectedItem) = 0;
     virtual HRESULT STDMETHODCALLTYPE CommandLinkClicked(DWORD dwFieldID) = 0;
-    virtual HRESULT STDMETHODCALLTYPE
-    GetSerialization(CREDENTIAL_PROVIDER_GET_SERIALIZATION_RESPONSE* pcpgsr,
-                     CREDENTIAL_PROVIDER_CREDENTIAL_SERIALIZATION* pcpcs,
-                     LPWSTR* ppszOptionalStatusText,
-                     CREDENTIAL_PROVIDER_STATUS_ICON* pcpsiOptionalStatusIcon) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetSerialization(
+        CREDENTIAL_PROVIDER_GET_SERIALIZATION_RESPONSE* pcpgsr,
+        CREDENTIAL_PROVIDER_CREDENTIAL_SERIALIZATION* pcpcs, LPWSTR* ppszOptionalStatusText,
+        CREDENTIAL_PROVIDER_STATUS_ICON* pcpsiOptionalStatusIcon) = 0;
     virtual HRESULT STDMETHODCALLTYPE
     ReportResult(NTSTATUS ntsStatus, NTSTATUS ntsSubstatus, LPWSTR* ppszOptionalStatusText,
                  CREDENTIAL_PROVIDER_STATUS_ICON* pcpsiOptionalStatusIcon) = 0;

@@ -20,6 +20,23 @@ HRESULT Guarded(Callable&& callable) noexcept
     }
 }
 
+// COM callers may hand in nothing where an output belongs; checked in the code that ships.
+template <class... Output>
+bool AnyNull(const Output*... outputs) noexcept
+{
+    return ((outputs == nullptr) || ...);
+}
+
+// Runs a body whose failure nobody can be told.
+template <class Callable>
+void Shielded(Callable&& callable) noexcept
+{
+    static_cast<void>(Guarded([&] {
+        callable();
+        return S_OK;
+    }));
+}
+
 // The calling thread's last error as a failing HRESULT, E_FAIL when it says success.
 inline HRESULT LastErrorResult() noexcept
 {

@@ -39,10 +39,7 @@ struct WipingAllocator {
         WipeMemory(memory, count * sizeof(T));
         std::allocator<T>().deallocate(memory, count);
     }
-    friend bool operator==(const WipingAllocator&, const WipingAllocator&) noexcept
-    {
-        return true;
-    }
+    friend bool operator==(const WipingAllocator&, const WipingAllocator&) noexcept { return true; }
 };
 
 // A run of secret units (bytes, UTF-8 or UTF-16 code units), followed in memory by a zero unit.

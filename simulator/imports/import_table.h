@@ -9,8 +9,8 @@ namespace kelvor::simulator {
 
 // One function that a module imports by name.
 struct Import {
-    std::string library;   // as the module's import directory spells it
-    std::string function;  // "#219" when imported by ordinal
+    std::string library;    // as the module's import directory spells it
+    std::string function;   // "#219" when imported by ordinal
     void** slot = nullptr;  // where the module's code takes the address from
 };
 

@@ -63,9 +63,9 @@ constexpr char ReadConversion(std::string_view format, std::size_t& position)
         std::string_view text;
         char kind;
     };
-    constexpr Spelling kSpellings[] = {{"ls", 'S'}, {"s", 's'},  {"zu", 'z'}, {"lu", 'l'},
-                                       {"ld", 'l'}, {"lX", 'l'}, {"d", 'i'},  {"u", 'i'},
-                                       {"X", 'i'}};
+    constexpr Spelling kSpellings[] = {{"ls", 'S'}, {"s", 's'},  {"zu", 'z'},
+                                       {"lu", 'l'}, {"ld", 'l'}, {"lX", 'l'},
+                                       {"d", 'i'},  {"u", 'i'},  {"X", 'i'}};
     for (const Spelling& spelling : kSpellings) {
         if (rest.substr(0, spelling.text.size()) == spelling.text) {
             position += spelling.text.size();
@@ -122,8 +122,14 @@ auto Raw(const T& argument) noexcept
         return argument;
     }
 }
-inline const wchar_t* Raw(const wchar_t* text) noexcept { return text != nullptr ? text : L"(null)"; }
-inline const wchar_t* Raw(wchar_t* text) noexcept { return Raw(static_cast<const wchar_t*>(text)); }
+inline const wchar_t* Raw(const wchar_t* text) noexcept
+{
+    return text != nullptr ? text : L"(null)";
+}
+inline const wchar_t* Raw(wchar_t* text) noexcept
+{
+    return Raw(static_cast<const wchar_t*>(text));
+}
 
 }  // namespace log_detail
 
