@@ -5,6 +5,7 @@
 
 #include <windows.h>
 
+#include <ntsecapi.h>
 #include <propsys.h>
 #include <unknwn.h>
 
