@@ -1,0 +1,43 @@
+# Read by CTest when it starts; `doctest_process_per_case.cmake` sets the variables used here.
+
+if(NOT EXISTS "${program}")
+  add_test("${program_name}_is_not_built" "${program}")
+  return()
+endif()
+if(emulator AND "$ENV{WINEPREFIX}" STREQUAL "")
+  message(FATAL_ERROR "Set WINEPREFIX to a prefix of the tests' own: they write to its registry.")
+endif()
+
+# Through a file: the first process of a Wine session leaves services behind that would hold the
+# other end of a pipe open, and keep us reading, for as long as they live.
+execute_process(COMMAND ${emulator} "${program}" --list-test-cases --order-by=name --no-version
+  OUTPUT_FILE "${list_file}" ERROR_FILE "${list_file}.errors" RESULT_VARIABLE result)
+file(READ "${list_file}" lines)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "${program} cannot list its test cases (${result}): ${lines}")
+endif()
+
+string(REPLACE "\r" "" lines "${lines}")
+set(number 0)
+while(NOT lines STREQUAL "")
+  string(FIND "${lines}" "\n" end)
+  string(SUBSTRING "${lines}" 0 ${end} name)
+  if(end EQUAL -1)
+    set(lines "")
+  else()
+    math(EXPR next "${end} + 1")
+    string(SUBSTRING "${lines}" ${next} -1 lines)
+  endif()
+  if(name STREQUAL "" OR name MATCHES "^\\[doctest\\] " OR name MATCHES "^=+$")
+    continue()
+  endif()
+
+  math(EXPR number "${number} + 1")
+  add_test("${name}" ${emulator} "${program}" --order-by=name
+    --first=${number} --last=${number} --no-path-filenames)
+  # A process that ran no case at all must not count as a success.
+  set_tests_properties("${name}" PROPERTIES
+    TIMEOUT ${time_limit}
+    LABELS "${program_name}"
+    FAIL_REGULAR_EXPRESSION "test cases: +0 [|]")
+endwhile()
