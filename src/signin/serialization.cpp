@@ -123,8 +123,10 @@ HRESULT SerializeSignIn(SignInTile& tile, const SerializationOutputs& outputs)
         case SignInPhase::kIdle:
             break;
     }
-    const bool collectable = tile.IsOtherUser() || tile.Slot().HasProviderSink();
-    if (collectable && StartWorker(tile)) {
+    // A blocking sign-in has no phase of its own; one that runs already refuses this call itself.
+    const bool workerFits =
+        !tile.Slot().Blocking() && (tile.IsOtherUser() || tile.Slot().HasProviderSink());
+    if (workerFits && StartWorker(tile)) {
         return S_OK;
     }
     return SignInBlocking(tile, outputs);
