@@ -9,9 +9,9 @@ Verdict ReadOk(std::string_view answer)
 {
     bool ok = false;
     if (!JsonReadBool(answer, "ok", ok)) {
-        return Verdict::Unclear;
+        return Verdict::kUnclear;
     }
-    return ok ? Verdict::Yes : Verdict::No;
+    return ok ? Verdict::kYes : Verdict::kNo;
 }
 
 bool ReadText(std::string_view object, std::string_view key, std::string& value)

@@ -5,8 +5,8 @@
 
 namespace kelvor {
 
-// What the member `ok` of an answer says; anything but a boolean, absence included, is Unclear.
-enum class Verdict { Yes, No, Unclear };
+// What the member `ok` of an answer says; anything but a boolean, absence included, is unclear.
+enum class Verdict { kYes, kNo, kUnclear };
 [[nodiscard]] Verdict ReadOk(std::string_view answer);
 
 // Reads a string member as UTF-8. False, with `value` empty, when it is absent, empty or no string.

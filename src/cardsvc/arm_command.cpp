@@ -55,13 +55,13 @@ HRESULT ArmOrProvision(const ArmRequest& request, ArmAnswer& answer, std::wstrin
         return hr;
     }
     switch (ReadOk(answerLine)) {
-        case Verdict::Yes:
+        case Verdict::kYes:
             return ReadArmed(answerLine, answer, reason);
-        case Verdict::No:
+        case Verdict::kNo:
             reason = RefusalReason(answerLine, L"the security key was not authorized");
             LogWarn("softcardctl: arm refused (%ls)", reason);
             return E_ACCESSDENIED;
-        case Verdict::Unclear:
+        case Verdict::kUnclear:
             break;
     }
     reason = L"the card service gave an invalid answer while signing you in — try again";

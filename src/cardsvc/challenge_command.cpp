@@ -11,7 +11,7 @@ constexpr DWORD kChallengeTimeoutMs = 30000;
 
 HRESULT ReadChallenge(const std::string& answer, Challenge& challenge, std::wstring& reason)
 {
-    if (ReadOk(answer) != Verdict::Yes) {
+    if (ReadOk(answer) != Verdict::kYes) {
         reason = RefusalReason(answer, L"the enrollment server did not issue a challenge");
         LogWarn("softcardctl: provchallenge refused (%ls)", reason);
         return E_ACCESSDENIED;

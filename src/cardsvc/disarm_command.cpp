@@ -24,7 +24,7 @@ void DisarmCard()
             reason);
         return;
     }
-    if (ReadOk(answer) != Verdict::Yes) {
+    if (ReadOk(answer) != Verdict::kYes) {
         reason = RefusalReason(answer, L"the card service refused to disarm");
         LogWarn(
             "softcardctl: disarm refused (%ls) - an out-of-date service? The sign gate will close "

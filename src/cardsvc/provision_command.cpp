@@ -47,13 +47,13 @@ HRESULT ProvisionCard(const SignInServer& server, const SecretText& authPin, std
         return hr;
     }
     switch (ReadOk(answer)) {
-        case Verdict::Yes:
+        case Verdict::kYes:
             return ReadProvisioned(answer, upn, reason);
-        case Verdict::No:
+        case Verdict::kNo:
             reason = RefusalReason(answer, L"provisioning failed");
             LogWarn("softcardctl: provisioning refused (%ls)", reason);
             return E_ACCESSDENIED;
-        case Verdict::Unclear:
+        case Verdict::kUnclear:
             break;
     }
     LogError("softcardctl: malformed provisioning response");

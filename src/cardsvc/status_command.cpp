@@ -21,7 +21,7 @@ HRESULT QueryStatus(ServiceStatus& status, std::wstring& reason)
     if (FAILED(hr)) {
         return hr;
     }
-    if (ReadOk(answer) != Verdict::Yes) {
+    if (ReadOk(answer) != Verdict::kYes) {
         reason = RefusalReason(answer, L"the card service could not report its state");
         LogWarn("softcardctl: status refused (%ls)", reason);
         return E_ACCESSDENIED;

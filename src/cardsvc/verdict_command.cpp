@@ -39,7 +39,7 @@ bool ReadVerdicts(const std::vector<std::string>& rows, std::vector<AccountVerdi
 HRESULT JudgeAnswer(const std::string& answer, std::size_t asked,
                     std::vector<AccountVerdict>& verdicts, std::wstring& reason)
 {
-    if (ReadOk(answer) != Verdict::Yes) {
+    if (ReadOk(answer) != Verdict::kYes) {
         reason = RefusalReason(answer, L"the accounts on this key could not be checked");
         LogWarn("softcardctl: filteraccounts declined (%ls)", reason);
         return E_ACCESSDENIED;

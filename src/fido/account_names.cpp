@@ -36,7 +36,7 @@ TileMatch MatchTileAccount(const std::vector<KeyStatement>& statements, std::wst
                            std::size_t& index)
 {
     if (tileUser.empty()) {
-        return TileMatch::CannotTell;
+        return TileMatch::kCannotTell;
     }
     std::size_t matches = 0;
     std::size_t lastMatch = 0;
@@ -52,9 +52,9 @@ TileMatch MatchTileAccount(const std::vector<KeyStatement>& statements, std::wst
     }
     if (matches == 1) {
         index = lastMatch;
-        return TileMatch::One;
+        return TileMatch::kOne;
     }
-    return matches == 0 && !unnamedSeen ? TileMatch::None : TileMatch::CannotTell;
+    return matches == 0 && !unnamedSeen ? TileMatch::kNone : TileMatch::kCannotTell;
 }
 
 std::wstring ShortAccountName(std::wstring_view name)

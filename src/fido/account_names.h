@@ -11,13 +11,13 @@ namespace kelvor {
 
 // Whether the accounts on a key include the one that a tile names.
 enum class TileMatch {
-    One,         // exactly one statement is the tile's account
-    None,        // none of them is
-    CannotTell,  // the tile or a statement has no name, or several statements match
+    kOne,         // exactly one statement is the tile's account
+    kNone,        // none of them is
+    kCannotTell,  // the tile or a statement has no name, or several statements match
 };
 
 // Compares without regard to case, by the whole name and then by the short one. `index` is set for
-// TileMatch::One only.
+// TileMatch::kOne only.
 [[nodiscard]] TileMatch MatchTileAccount(const std::vector<KeyStatement>& statements,
                                          std::wstring_view tileUser, std::size_t& index);
 

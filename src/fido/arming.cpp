@@ -41,13 +41,13 @@ HRESULT ChooseStatement(const PendingTap& tap, const std::wstring& tileUser, std
         return S_OK;
     }
     switch (MatchTileAccount(tap.statements, tileUser, index)) {
-        case TileMatch::One:
+        case TileMatch::kOne:
             LogInfo(
                 "fidopin(arm): this key holds %zu accounts that can sign in here; using the one "
                 "this tile names.",
                 count);
             break;
-        case TileMatch::None:
+        case TileMatch::kNone:
             LogError(
                 "fidopin(arm): this key holds %zu accounts that can sign in here and none of them "
                 "is the one this tile names - refusing before anything is armed.",
@@ -56,7 +56,7 @@ HRESULT ChooseStatement(const PendingTap& tap, const std::wstring& tileUser, std
                 L"that security key is enrolled to a different account — use the \"Other user\" "
                 L"tile, or the tile for the account the key belongs to";
             return HRESULT_FROM_WIN32(ERROR_BAD_USERNAME);
-        case TileMatch::CannotTell:
+        case TileMatch::kCannotTell:
             LogWarn(
                 "fidopin(arm): this key holds %zu accounts that can sign in here and nothing here "
                 "can tell which one the tile means; submitting the first and letting the "

@@ -29,7 +29,7 @@ Matched Match(const std::vector<std::wstring>& names, std::wstring_view tileUser
 
 bool IsOne(const Matched& matched, std::size_t index)
 {
-    return matched.match == TileMatch::One && matched.index == index;
+    return matched.match == TileMatch::kOne && matched.index == index;
 }
 
 bool Is(const Matched& matched, TileMatch match)
@@ -64,23 +64,23 @@ TEST_CASE("A statement matches by the short name")
 
 TEST_CASE("Empty short names do not match one another")
 {
-    CHECK(Is(Match({L"CORP\\", L"CORP\\bob"}, L"@corp.example"), TileMatch::None));
+    CHECK(Is(Match({L"CORP\\", L"CORP\\bob"}, L"@corp.example"), TileMatch::kNone));
 }
 
 TEST_CASE("A name that only begins like the tile's does not match")
 {
-    CHECK(Is(Match({L"CORP\\alic", L"CORP\\alice2"}, L"CORP\\alice"), TileMatch::None));
+    CHECK(Is(Match({L"CORP\\alic", L"CORP\\alice2"}, L"CORP\\alice"), TileMatch::kNone));
 }
 
 TEST_CASE("No statement for the tile's user is a refusal")
 {
-    CHECK(Is(Match({L"CORP\\alice", L"bob@corp.example"}, L"CORP\\carol"), TileMatch::None));
-    CHECK(Is(Match({}, L"CORP\\carol"), TileMatch::None));
+    CHECK(Is(Match({L"CORP\\alice", L"bob@corp.example"}, L"CORP\\carol"), TileMatch::kNone));
+    CHECK(Is(Match({}, L"CORP\\carol"), TileMatch::kNone));
 }
 
 TEST_CASE("An unnamed statement might be the tile's")
 {
-    CHECK(Is(Match({L"CORP\\alice", L""}, L"CORP\\carol"), TileMatch::CannotTell));
+    CHECK(Is(Match({L"CORP\\alice", L""}, L"CORP\\carol"), TileMatch::kCannotTell));
 }
 
 TEST_CASE("An unnamed statement beside exactly one match does no harm")
@@ -90,13 +90,13 @@ TEST_CASE("An unnamed statement beside exactly one match does no harm")
 
 TEST_CASE("Two statements of the tile's short name cannot be told apart")
 {
-    CHECK(Is(Match({L"CORP\\alice", L"alice@other.example"}, L"alice"), TileMatch::CannotTell));
+    CHECK(Is(Match({L"CORP\\alice", L"alice@other.example"}, L"alice"), TileMatch::kCannotTell));
 }
 
 TEST_CASE("A tile that names nobody cannot be matched")
 {
-    CHECK(Is(Match({L"CORP\\alice", L"CORP\\bob"}, L""), TileMatch::CannotTell));
-    CHECK(Is(Match({}, L""), TileMatch::CannotTell));
+    CHECK(Is(Match({L"CORP\\alice", L"CORP\\bob"}, L""), TileMatch::kCannotTell));
+    CHECK(Is(Match({}, L""), TileMatch::kCannotTell));
 }
 
 TEST_CASE("Names are compared by their letters beyond ASCII, too")

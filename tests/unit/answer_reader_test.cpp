@@ -15,12 +15,12 @@ constexpr const char* kMissing[] = {R"({})",          R"({"x":""})", R"({"x":1})
 
 TEST_CASE("An answer is a yes, a no, or unclear")
 {
-    CHECK((ReadOk(R"({"ok":true})") == Verdict::Yes));
-    CHECK((ReadOk(R"({"ok":trueish})") == Verdict::Yes));
-    CHECK((ReadOk(R"({"ok":false})") == Verdict::No));
+    CHECK((ReadOk(R"({"ok":true})") == Verdict::kYes));
+    CHECK((ReadOk(R"({"ok":trueish})") == Verdict::kYes));
+    CHECK((ReadOk(R"({"ok":false})") == Verdict::kNo));
     for (const char* answer : {R"({"ok":"true"})", R"({"ok":1})", R"({})", R"({"ok":)", "x"}) {
         CAPTURE(answer);
-        CHECK((ReadOk(answer) == Verdict::Unclear));
+        CHECK((ReadOk(answer) == Verdict::kUnclear));
     }
 }
 
