@@ -29,9 +29,9 @@ HRESULT ReadSignInServer(SignInServer& server, std::wstring& reason)
         reason = L"this PC is not set up for security-key sign-in — contact IT";
         return E_FAIL;
     }
-    server.rpId = ReadKeyString(key.Get(), L"FidoRpId");
-    server.url = ReadKeyString(key.Get(), L"FidoServerUrl");
-    server.insecureTls = ReadKeyFlag(key.Get(), L"FidoDevInsecureTls");
+    server.rpId = ReadKeyString(key.Get(), kFidoRpIdValue);
+    server.url = ReadKeyString(key.Get(), kFidoServerUrlValue);
+    server.insecureTls = ReadKeyFlag(key.Get(), kFidoDevInsecureTlsValue);
     if (server.rpId.empty()) {
         LogWarn("fidopin(begin): FidoRpId is empty - relying on the service's default rpId.");
     }
