@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <map>
 #include <string>
 #include <vector>
@@ -13,7 +14,7 @@ namespace kelvor::test {
 
 // What the card service does with one request.
 struct Reply {
-    std::vector<std::string> pieces;  // written one after another, each flushed
+    std::vector<std::string> pieces;  // written one after another
     bool hangsUp = false;             // closes the connection after the pieces
     bool staysSilent = false;         // holds the connection open until the client leaves it
     bool stops = false;               // the whole service is gone once the pieces are written
@@ -76,7 +77,6 @@ class FakeCardService {
     void Listen();
     void Converse(HANDLE pipe);
     Reply Take(std::string& request);
-    void CloseListener();
 
     std::wstring pipeName_;
     Lock lock_;
@@ -85,7 +85,7 @@ class FakeCardService {
     std::vector<std::string> requests_;
     std::vector<std::string> commands_;
     bool keepsRequests_ = true;
-    UniqueKernelObject stop_;
+    std::atomic<bool> stops_{false};
     UniqueKernelObject listening_;
     UniqueKernelObject proceed_;
     UniqueKernelObject received_;

@@ -26,22 +26,22 @@
 #include <string>
 #include <vector>
 
-#include "certificate_maker.h"
+#include "support/certificate_maker.h"
 #include "com_ref.h"
-#include "event_sinks.h"
-#include "fake_card_service.h"
-#include "fake_key.h"
-#include "fake_users.h"
-#include "isolation.h"
-#include "log_reader.h"
-#include "module_under_test.h"
+#include "support/event_sinks.h"
+#include "support/fake_card_service.h"
+#include "support/fake_key.h"
+#include "support/fake_users.h"
+#include "support/isolation.h"
+#include "support/log_reader.h"
+#include "support/module_under_test.h"
 #include "surroundings/clock.h"
 #include "surroundings/directory.h"
 #include "surroundings/lsa.h"
 #include "surroundings/smart_card_csp.h"
 #include "surroundings/virtual_reader.h"
-#include "thread_watch.h"
-#include "tile.h"
+#include "support/thread_watch.h"
+#include "support/tile.h"
 
 namespace kelvor::test {
 

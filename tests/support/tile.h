@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "com_ref.h"
-#include "event_sinks.h"
+#include "support/event_sinks.h"
 
 namespace kelvor::test {
 

@@ -1,0 +1,142 @@
+#include <algorithm>
+#include <atomic>
+#include <cwchar>
+
+#include "support/isolation.h"
+#include "surroundings/optional_patch.h"
+
+namespace kelvor::test {
+namespace {
+
+std::atomic<PipeRoom*> active{nullptr};
+
+constexpr std::wstring_view kPipePrefix = LR"(\\.\pipe\)";
+
+bool IsPipe(LPCWSTR name) noexcept
+{
+    return std::wstring_view(name).starts_with(kPipePrefix);
+}
+
+BOOL Refuse(DWORD code) noexcept
+{
+    SetLastError(code);
+    return FALSE;
+}
+
+}  // namespace
+
+struct PipeRoomEntry {
+    static HANDLE WINAPI Create(LPCWSTR name, DWORD access, DWORD share,
+                                LPSECURITY_ATTRIBUTES security, DWORD disposition, DWORD flags,
+                                HANDLE templateFile)
+    {
+        PipeRoom& self = *active;
+        if (!IsPipe(name)) {
+            return CreateFileW(name, access, share, security, disposition, flags, templateFile);
+        }
+        auto code = self.calls_.Enter("CreateFileW", name);
+        self.lock_.With([&] {
+            if (!code && !self.openFailures_.empty()) {
+                code = self.openFailures_.front();
+                self.openFailures_.erase(self.openFailures_.begin());
+            }
+        });
+        if (code) {
+            SetLastError(*code);
+            return INVALID_HANDLE_VALUE;
+        }
+        const HANDLE pipe = CreateFileW(self.name_.c_str(), access, share, security, disposition,
+                                        flags, templateFile);
+        if (pipe != INVALID_HANDLE_VALUE) {
+            const DWORD error = GetLastError();
+            self.lock_.With([&] { self.open_.push_back(pipe); });
+            SetLastError(error);
+        }
+        return pipe;
+    }
+
+    static BOOL WINAPI WaitForPipe(LPCWSTR name, DWORD timeoutMs)
+    {
+        PipeRoom& self = *active;
+        if (const auto code = self.calls_.Enter(
+                "WaitNamedPipeW", std::wstring(name) + L"|" + std::to_wstring(timeoutMs))) {
+            return Refuse(*code);
+        }
+        return WaitNamedPipeW(self.name_.c_str(), timeoutMs);
+    }
+
+    static BOOL WINAPI Write(HANDLE file, LPCVOID data, DWORD size, LPDWORD written,
+                             LPOVERLAPPED overlapped)
+    {
+        if (const auto code = (*active).calls_.Enter("WriteFile")) {
+            return Refuse(*code);
+        }
+        return WriteFile(file, data, size, written, overlapped);
+    }
+
+    static BOOL WINAPI Flush(HANDLE file)
+    {
+        if (const auto code = (*active).calls_.Enter("FlushFileBuffers")) {
+            return Refuse(*code);
+        }
+        return FlushFileBuffers(file);
+    }
+
+    static BOOL WINAPI Read(HANDLE file, LPVOID data, DWORD size, LPDWORD read,
+                            LPOVERLAPPED overlapped)
+    {
+        if (const auto code = (*active).calls_.Enter("ReadFile", std::to_wstring(size))) {
+            return Refuse(*code);
+        }
+        return ReadFile(file, data, size, read, overlapped);
+    }
+
+    static HANDLE WINAPI MakeEvent(LPSECURITY_ATTRIBUTES security, BOOL manualReset,
+                                   BOOL initialState, LPCWSTR name)
+    {
+        if (const auto code = (*active).calls_.Enter("CreateEventW")) {
+            SetLastError(*code);
+            return nullptr;
+        }
+        return CreateEventW(security, manualReset, initialState, name);
+    }
+
+    static BOOL WINAPI Close(HANDLE handle)
+    {
+        PipeRoom& self = *active;
+        self.lock_.With([&] { std::erase(self.open_, handle); });
+        return CloseHandle(handle);
+    }
+};
+
+PipeRoom::PipeRoom(HMODULE module)
+    : name_(std::wstring(kPipePrefix) + L"KelvorTests-" + std::to_wstring(GetCurrentProcessId()))
+{
+    active = this;
+    using Entry = PipeRoomEntry;
+    simulator::PatchIfImported(patches_, module, "CreateFileW", &Entry::Create);
+    simulator::PatchIfImported(patches_, module, "WaitNamedPipeW", &Entry::WaitForPipe);
+    simulator::PatchIfImported(patches_, module, "WriteFile", &Entry::Write);
+    simulator::PatchIfImported(patches_, module, "FlushFileBuffers", &Entry::Flush);
+    simulator::PatchIfImported(patches_, module, "ReadFile", &Entry::Read);
+    simulator::PatchIfImported(patches_, module, "CreateEventW", &Entry::MakeEvent);
+    simulator::PatchIfImported(patches_, module, "CloseHandle", &Entry::Close);
+}
+
+PipeRoom::~PipeRoom()
+{
+    patches_.clear();
+    active = nullptr;
+}
+
+void PipeRoom::FailOpens(std::vector<DWORD> codes)
+{
+    lock_.With([&] { openFailures_ = std::move(codes); });
+}
+
+std::size_t PipeRoom::Outstanding() const
+{
+    return lock_.With([&] { return open_.size(); });
+}
+
+}  // namespace kelvor::test
