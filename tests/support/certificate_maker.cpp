@@ -116,8 +116,8 @@ Bytes Extensions(const CertificatePlan& plan)
         extensions = Extension(kExtendedKeyUsage, Element(kSequence, usages));
     }
     if (plan.upn) {
-        const Bytes upn = Join({ObjectId(kUserPrincipalName),
-                                Element(kContext0, Text(kUtf8String, *plan.upn))});
+        const Bytes upn =
+            Join({ObjectId(kUserPrincipalName), Element(kContext0, Text(kUtf8String, *plan.upn))});
         const Bytes names = Element(kSequence, Element(kContext0, upn));
         extensions = Join({extensions, Extension(kSubjectAlternativeName, names)});
     }
@@ -173,8 +173,8 @@ class KeyPair {
         ULONG size = 0;
         Require(BCryptSignHash(key_, nullptr, hash.data(), 32, raw.data(), 64, &size, 0));
         const auto middle = raw.begin() + 32;
-        return Element(kSequence, Join({Integer({raw.begin(), middle}),
-                                        Integer({middle, raw.end()})}));
+        return Element(kSequence,
+                       Join({Integer({raw.begin(), middle}), Integer({middle, raw.end()})}));
     }
 
  private:
@@ -194,9 +194,9 @@ std::vector<unsigned char> MakeCertificate(const CertificatePlan& plan)
     const Bytes validity = Element(
         kSequence, Join({Text(kUtcTime, "250101000000Z"), Text(kUtcTime, "491231235959Z")}));
     const Bytes version3 = Element(kContext0, Integer({2}));
-    const Bytes toBeSigned = Element(
-        kSequence, Join({version3, Integer({1}), algorithm, Name(plan.commonName), validity,
-                         Name(plan.commonName), publicKey, Extensions(plan)}));
+    const Bytes toBeSigned =
+        Element(kSequence, Join({version3, Integer({1}), algorithm, Name(plan.commonName), validity,
+                                 Name(plan.commonName), publicKey, Extensions(plan)}));
     return Element(kSequence, Join({toBeSigned, algorithm, BitString(key.Sign(toBeSigned))}));
 }
 

@@ -84,9 +84,8 @@ std::vector<FieldCall> CredentialEvents::Calls() const
 std::vector<FieldCall> CredentialEvents::Calls(const char* method, DWORD field) const
 {
     std::vector<FieldCall> calls = Calls();
-    std::erase_if(calls, [&](const FieldCall& call) {
-        return call.method != method || call.field != field;
-    });
+    std::erase_if(
+        calls, [&](const FieldCall& call) { return call.method != method || call.field != field; });
     return calls;
 }
 

@@ -59,8 +59,8 @@ bool WriteAll(HANDLE pipe, const std::string& bytes)
 {
     for (std::size_t done = 0; done < bytes.size();) {
         DWORD written = 0;
-        if (!WriteFile(pipe, bytes.data() + done, static_cast<DWORD>(bytes.size() - done),
-                       &written, nullptr)) {
+        if (!WriteFile(pipe, bytes.data() + done, static_cast<DWORD>(bytes.size() - done), &written,
+                       nullptr)) {
             return false;
         }
         done += written;
@@ -74,8 +74,8 @@ bool ReadRequest(HANDLE pipe, std::string& request)
     request.reserve(kLongestRequestBytes);  // never grows, so that wiping it leaves nothing
     char byte = 0;
     DWORD read = 0;
-    while (request.size() < kLongestRequestBytes &&
-           ReadFile(pipe, &byte, 1, &read, nullptr) && read == 1) {
+    while (request.size() < kLongestRequestBytes && ReadFile(pipe, &byte, 1, &read, nullptr) &&
+           read == 1) {
         if (byte == '\n') {
             return true;
         }

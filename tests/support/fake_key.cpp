@@ -55,8 +55,7 @@ struct FakeKeyEntry {
     }
 
     static int Begin(const char* rpId, const void* second, const void* third, std::size_t fourth,
-                     const unsigned char* hash, const char* pin, void** handle,
-                     std::size_t* count)
+                     const unsigned char* hash, const char* pin, void** handle, std::size_t* count)
     {
         FakeKey& self = *active;
         self.calls_.Enter("prov_assert_hmac_begin");
@@ -109,16 +108,15 @@ struct FakeKeyEntry {
             for (std::size_t i = 0; i < std::min(hmacRoom, credential.hmacSizeBytes); ++i) {
                 hmac[i] = FakeKey::HmacByte(credential.hmacSeed, i);
             }
-            const bool fits =
-                Give(credential.id.data(), credential.id.size(), id, idSize) &&
-                Give(credential.authenticatorData.data(), credential.authenticatorData.size(),
-                     data, dataSize) &&
-                Give(credential.signature.data(), credential.signature.size(), signature,
-                     signatureSize) &&
-                Give(credential.userName.data(), credential.userName.size(), userName,
-                     userNameSize) &&
-                Give(credential.displayName.data(), credential.displayName.size(), displayName,
-                     displayNameSize);
+            const bool fits = Give(credential.id.data(), credential.id.size(), id, idSize) &&
+                              Give(credential.authenticatorData.data(),
+                                   credential.authenticatorData.size(), data, dataSize) &&
+                              Give(credential.signature.data(), credential.signature.size(),
+                                   signature, signatureSize) &&
+                              Give(credential.userName.data(), credential.userName.size(), userName,
+                                   userNameSize) &&
+                              Give(credential.displayName.data(), credential.displayName.size(),
+                                   displayName, displayNameSize);
             return fits ? credential.getCode : kInvalidParameter;
         });
     }

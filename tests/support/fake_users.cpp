@@ -40,10 +40,7 @@ class FakeUser : public ICredentialProviderUser {
         }
         return left;
     }
-    STDMETHODIMP GetSid(LPWSTR* sid) override
-    {
-        return Give(user_.getSid, user_.sid, sid);
-    }
+    STDMETHODIMP GetSid(LPWSTR* sid) override { return Give(user_.getSid, user_.sid, sid); }
     STDMETHODIMP GetProviderID(GUID* provider) override
     {
         *provider = user_.provider;

@@ -95,9 +95,8 @@ bool LogReader::HasBeginning(const char* level, const std::string& beginning) co
 std::size_t LogReader::Find(const char* level, const std::string& message) const
 {
     const std::vector<LogLine> lines = Lines();
-    const auto found = std::ranges::find_if(lines, [&](const LogLine& line) {
-        return line.level == level && line.message == message;
-    });
+    const auto found = std::ranges::find_if(
+        lines, [&](const LogLine& line) { return line.level == level && line.message == message; });
     return found != lines.end() ? static_cast<std::size_t>(found - lines.begin()) : npos;
 }
 

@@ -55,8 +55,8 @@ struct RegistryRoomEntry {
         return RegQueryValueExW(key, name, reserved, type, data, size);
     }
 
-    static LSTATUS WINAPI GetValue(HKEY key, LPCWSTR path, LPCWSTR name, DWORD flags,
-                                   LPDWORD type, PVOID data, LPDWORD size)
+    static LSTATUS WINAPI GetValue(HKEY key, LPCWSTR path, LPCWSTR name, DWORD flags, LPDWORD type,
+                                   PVOID data, LPDWORD size)
     {
         RegistryRoom& self = *active;
         if (const auto code = self.calls_.Enter("RegGetValueW", name)) {

@@ -26,8 +26,8 @@
 #include <string>
 #include <vector>
 
-#include "support/certificate_maker.h"
 #include "com_ref.h"
+#include "support/certificate_maker.h"
 #include "support/event_sinks.h"
 #include "support/fake_card_service.h"
 #include "support/fake_key.h"
@@ -35,13 +35,13 @@
 #include "support/isolation.h"
 #include "support/log_reader.h"
 #include "support/module_under_test.h"
+#include "support/thread_watch.h"
+#include "support/tile.h"
 #include "surroundings/clock.h"
 #include "surroundings/directory.h"
 #include "surroundings/lsa.h"
 #include "surroundings/smart_card_csp.h"
 #include "surroundings/virtual_reader.h"
-#include "support/thread_watch.h"
-#include "support/tile.h"
 
 namespace kelvor::test {
 

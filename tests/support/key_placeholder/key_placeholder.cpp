@@ -14,8 +14,14 @@ constexpr int kNotReplaced = -100;
 
 }  // namespace
 
-KELVOR_EXPORT int prov_has_fido_device() { return 0; }
-KELVOR_EXPORT int prov_has_nfc_device() { return 0; }
+KELVOR_EXPORT int prov_has_fido_device()
+{
+    return 0;
+}
+KELVOR_EXPORT int prov_has_nfc_device()
+{
+    return 0;
+}
 KELVOR_EXPORT int prov_assert_hmac_begin(const char*, const void*, const void*, std::size_t,
                                          const unsigned char*, const char*, void**, std::size_t*)
 {
@@ -33,4 +39,7 @@ KELVOR_EXPORT int prov_assert_hmac_get(void*, std::size_t, unsigned char*, std::
     return kNotReplaced;
 }
 KELVOR_EXPORT void prov_assert_hmac_free(void*) {}
-KELVOR_EXPORT const char* prov_strerr(int) { return "not replaced"; }
+KELVOR_EXPORT const char* prov_strerr(int)
+{
+    return "not replaced";
+}
