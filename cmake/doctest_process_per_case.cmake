@@ -19,6 +19,9 @@ function(kelvor_add_doctest_cases target)
     NO_CMAKE_FIND_ROOT_PATH REQUIRED)
   target_include_directories(${target} SYSTEM PRIVATE ${KELVOR_DOCTEST_INCLUDE})
   target_compile_definitions(${target} PRIVATE DOCTEST_CONFIG_NO_MULTITHREADING)
+  # Compiles in half the time; and optimised, GCC 12 warns falsely of overlapping copies wherever a
+  # literal is added to a std::string (GCC bug 105651).
+  target_compile_options(${target} PRIVATE -O0)
 
   if(CMAKE_CROSSCOMPILING AND NOT CMAKE_CROSSCOMPILING_EMULATOR)
     find_program(KELVOR_WINE NAMES wine wine64)
