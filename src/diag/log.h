@@ -51,7 +51,7 @@ consteval char Conversion()
     }
 }
 
-// Reads one conversion specification that starts behind its percent sign and tells its kind.
+// Reads one conversion that starts behind its percent sign and tells its kind.
 constexpr char ReadConversion(std::string_view format, std::size_t& position)
 {
     while (position < format.size() &&

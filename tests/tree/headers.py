@@ -1,0 +1,31 @@
+#!/usr/bin/env python3
+"""headers.py COMPILER: each header compiles alone, and twice in one translation unit."""
+import os
+import subprocess
+import sys
+from concurrent.futures import ThreadPoolExecutor
+
+import tree
+
+FLAGS = ["-std=c++20", "-fsyntax-only", "-Wall", "-Wextra", "-Wpedantic", "-Wconversion",
+         "-Wshadow", "-Werror", "-DUNICODE", "-D_UNICODE", "-DWIN32_LEAN_AND_MEAN", "-DNOMINMAX",
+         "-D_WIN32_WINNT=0x0A00", "-Isrc", "-Isimulator", "-Itests", "-Itests/support"]
+
+
+def compile_alone(header):
+    flags = FLAGS + ([] if header.startswith("tests/") else ["-D_UCRT"])
+    name = os.path.join(tree.ROOT, header)
+    unit = f'#include "{name}"\n#include "{name}"\n'
+    result = subprocess.run([sys.argv[1], *flags, "-x", "c++", "-"], input=unit.encode(),
+                            cwd=tree.ROOT, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+    return header, result.returncode, result.stdout.decode(errors="replace")
+
+
+with ThreadPoolExecutor(os.cpu_count()) as pool:
+    results = list(pool.map(compile_alone, tree.files(r"\.h$")))
+problems = []
+for header, status, output in results:
+    if status:
+        errors = [line for line in output.splitlines() if "error" in line]
+        problems.append(f"{header}: {errors[0] if errors else output}")
+tree.finish(problems, "A header includes what it needs itself.")

@@ -1,0 +1,51 @@
+#!/usr/bin/env python3
+"""module_resources.py MODULE VERSION: version information and the tile image are in the module."""
+import struct
+import sys
+
+import pe_image
+import tree
+
+TILE_IMAGE = 101
+LEAST_SIDE_PIXELS = 128
+FIXED_INFO_SIGNATURE = 0xFEEF04BD  # VS_FIXEDFILEINFO.dwSignature
+
+
+def version_problems(data, version):
+    if data is None:
+        return ["there is no version resource"]
+    start = data.find(struct.pack("<I", FIXED_INFO_SIGNATURE))
+    if start < 0:
+        return ["the version resource has no fixed part"]
+    high, low = struct.unpack_from("<II", data, start + 8)
+    numbers = f"{high >> 16}.{high & 0xFFFF}.{low >> 16}"
+    problems = [] if numbers == version else [f"the file version is {numbers}, not {version}"]
+    strings = data.decode("utf-16-le", errors="replace")
+    for name in ("CompanyName", "FileDescription", "FileVersion", "InternalName",
+                 "OriginalFilename", "ProductName", "ProductVersion"):
+        if name not in strings:
+            problems.append(f"the version resource lacks {name}")
+    return problems
+
+
+def bitmap_problems(data):
+    if data is None:
+        return [f"there is no bitmap {TILE_IMAGE}"]
+    header, width, height, _, depth, compression = struct.unpack_from("<IiiHHI", data)
+    problems = []
+    if min(width, height) < LEAST_SIDE_PIXELS:
+        problems.append(f"the tile image has {width} x {height} pixels")
+    if depth not in (24, 32) or compression != 0:
+        problems.append(f"the tile image has {depth} bits a pixel, compression {compression}")
+    row_bytes = (width * depth // 8 + 3) // 4 * 4
+    if len(data) < header + row_bytes * height:
+        problems.append("the tile image is cut short")
+    elif len(set(struct.iter_unpack(f"{depth // 8}s", data[header:header + 48 * row_bytes]))) < 64:
+        problems.append("the tile image is hardly a picture")
+    return problems
+
+
+image = pe_image.PeImage(sys.argv[1])
+tree.finish(version_problems(image.resource(pe_image.RESOURCE_VERSION, 1), sys.argv[2]) +
+            bitmap_problems(image.resource(pe_image.RESOURCE_BITMAP, TILE_IMAGE)),
+            "See src/module/module.rc.")
