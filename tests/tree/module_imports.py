@@ -24,7 +24,8 @@ def table():
         cells = [cell.strip() for cell in line.strip("|").split("|")]
         if library and line.startswith("| `") and len(cells) == 3:
             for function in re.findall(r"`([^`]+)`", cells[0]):
-                rows[library, function] = re.findall(r"[\w./]+", cells[2])
+                rows.setdefault((library, function), []).extend(
+                    re.findall(r"[\w./]+", cells[2]))
     return rows
 
 
