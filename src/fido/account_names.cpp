@@ -1,16 +1,9 @@
 #include "fido/account_names.h"
 
-#include <windows.h>
+#include "ordinal_text.h"
 
 namespace kelvor {
 namespace {
-
-bool SameName(std::wstring_view left, std::wstring_view right)
-{
-    return left.size() == right.size() &&
-           CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
-                                static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
-}
 
 std::wstring_view ShortName(std::wstring_view name)
 {
@@ -23,11 +16,11 @@ std::wstring_view ShortName(std::wstring_view name)
 
 bool IsTileAccount(std::wstring_view account, std::wstring_view tileUser)
 {
-    if (SameName(account, tileUser)) {
+    if (EqualIgnoringCase(account, tileUser)) {
         return true;
     }
     const std::wstring_view shortAccount = ShortName(account);
-    return !shortAccount.empty() && SameName(shortAccount, ShortName(tileUser));
+    return !shortAccount.empty() && EqualIgnoringCase(shortAccount, ShortName(tileUser));
 }
 
 }  // namespace

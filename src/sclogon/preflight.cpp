@@ -3,20 +3,10 @@
 #include <lmerr.h>
 
 #include "diag/log.h"
+#include "ordinal_text.h"
 #include "settings/settings.h"
 
 namespace kelvor {
-namespace {
-
-bool IsSameUpn(const std::wstring& a, const std::wstring& b)
-{
-    return a.size() == b.size() &&
-           CompareStringOrdinal(a.data(), static_cast<int>(a.size()), b.data(),
-                                static_cast<int>(b.size()), TRUE) == CSTR_EQUAL;
-}
-
-}  // namespace
-
 HRESULT PreflightIdentityCheck(const std::wstring& resolvedUpn, const std::wstring& container,
                                std::wstring& certificateUpn, std::wstring& reason)
 {
@@ -36,7 +26,7 @@ HRESULT PreflightIdentityCheck(const std::wstring& resolvedUpn, const std::wstri
             resolvedUpn, container);
         return S_OK;
     }
-    if (IsSameUpn(resolvedUpn, certificateUpn)) {
+    if (EqualIgnoringCase(resolvedUpn, certificateUpn)) {
         LogInfo("sclogon: pre-flight OK - the tapped key and the card %ls are both '%ls'.",
                 fromHint ? L"hint" : L"cert", certificateUpn);
         return S_OK;

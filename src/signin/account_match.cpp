@@ -1,16 +1,13 @@
 #include "signin/account_match.h"
 
-#include <windows.h>
+#include "ordinal_text.h"
 
 namespace kelvor {
 namespace {
 
 AccountMatch Compare(std::wstring_view one, std::wstring_view other) noexcept
 {
-    const bool same = one.size() == other.size() &&
-                      CompareStringOrdinal(one.data(), static_cast<int>(one.size()), other.data(),
-                                           static_cast<int>(other.size()), TRUE) == CSTR_EQUAL;
-    return same ? AccountMatch::kSame : AccountMatch::kDifferent;
+    return EqualIgnoringCase(one, other) ? AccountMatch::kSame : AccountMatch::kDifferent;
 }
 
 }  // namespace
