@@ -10,6 +10,7 @@ namespace kelvor {
 
 // Holds one reference to a COM object.
 template <class Interface>
+// NOLINTNEXTLINE(cppcoreguidelines-special-member-functions): assignment by value serves both.
 class ComRef {
  public:
     ComRef() noexcept = default;

@@ -35,7 +35,7 @@ class Lock {
         CRITICAL_SECTION& section_;
     };
 
-    mutable CRITICAL_SECTION section_;
+    mutable CRITICAL_SECTION section_ = {};
 };
 
 }  // namespace kelvor

@@ -54,6 +54,7 @@ class Secret {
     explicit Secret(std::size_t count) : units_(count + 1) {}
     explicit Secret(std::basic_string_view<T> text) : Secret() { Append(text); }
     // The source is left empty but usable.
+    // NOLINTNEXTLINE(performance-noexcept-move-constructor): an empty secret, too, owns memory.
     Secret(Secret&& other) : Secret() { units_.swap(other.units_); }
     Secret& operator=(Secret&& other) noexcept
     {

@@ -2,9 +2,8 @@
 
 #include <windows.h>
 
-#include <locale.h>
-
 #include <array>
+#include <clocale>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -159,7 +158,7 @@ void AppendLine(const Path& path, const char* level, const char* format,
 
 void Log(const char* component, const char* level, const char* format, ...) noexcept
 {
-    std::va_list arguments;
+    std::va_list arguments;  // NOLINT(cppcoreguidelines-init-variables): va_start does.
     va_start(arguments, format);
     LogV(component, level, format, arguments);
     va_end(arguments);

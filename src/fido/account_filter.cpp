@@ -50,6 +50,7 @@ const wchar_t* TextOf(const std::wstring& status)
 std::vector<std::string> EncodeIds(const std::vector<KeyStatement>& statements)
 {
     std::vector<std::string> ids;
+    ids.reserve(statements.size());
     for (const KeyStatement& statement : statements) {
         ids.emplace_back(Base64Encode(statement.credentialId).View());
     }

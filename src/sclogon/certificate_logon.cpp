@@ -32,6 +32,7 @@ UNICODE_STRING SelfRelative(std::size_t lengthChars, std::size_t offset)
     UNICODE_STRING text = {};
     text.Length = static_cast<USHORT>(lengthBytes);
     text.MaximumLength = static_cast<USHORT>(lengthBytes + sizeof(wchar_t));
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): a place in the block, no address.
     text.Buffer = reinterpret_cast<PWSTR>(static_cast<std::uintptr_t>(offset));
     return text;
 }
@@ -76,6 +77,7 @@ TaskMemory<BYTE> PackCertificateLogon(std::wstring_view domain, std::wstring_vie
     header.UserName = SelfRelative(user.size(), at.user);
     header.Pin = SelfRelative(pin.size(), at.pin);
     header.CspDataLength = static_cast<ULONG>(cspInfo.size());
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): a place in the block, no address.
     header.CspData = reinterpret_cast<PUCHAR>(static_cast<std::uintptr_t>(at.cspInfo));
 
     std::memcpy(block.Get(), &header, sizeof header);

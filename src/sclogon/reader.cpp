@@ -102,7 +102,7 @@ std::wstring NameCard(SCARDCONTEXT context, const std::wstring& reader)
     if (!card) {
         return {};
     }
-    std::array<wchar_t, 256> readerNames;
+    std::array<wchar_t, 256> readerNames = {};
     auto readerNamesChars = static_cast<DWORD>(readerNames.size());
     std::array<BYTE, 64> atr = {};
     auto atrBytes = static_cast<DWORD>(atr.size());

@@ -14,7 +14,7 @@ constexpr const wchar_t* kKeyPath = L"SOFTWARE\\KelvorDirectoryFidoLogon\\SmartC
 template <std::size_t kCapacityChars>
 std::optional<std::wstring> QueryString(HKEY key, const wchar_t* name)
 {
-    std::array<wchar_t, kCapacityChars> text;
+    std::array<wchar_t, kCapacityChars> text = {};
     DWORD type = REG_NONE;
     DWORD sizeBytes = sizeof text;
     if (RegQueryValueExW(key, name, nullptr, &type, reinterpret_cast<BYTE*>(text.data()),
