@@ -19,8 +19,6 @@ namespace kelvor::simulator {
 //   {"cmd":"sign","hash":"<Base64 of 32 bytes>"}
 //     {"ok":true,"signature":"<Base64>"}      RSASSA-PKCS1-v1_5 with SHA-256, big-endian
 //     {"ok":false,"error":"the sign gate is closed"}
-//   {"cmd":"remove"} / {"cmd":"insert"}       take the card out of the reader, put it back
-//     {"ok":true}
 inline constexpr wchar_t kReaderPipeName[] = L"\\\\.\\pipe\\KelvorSimCardReader";
 
 struct CardInReader {
