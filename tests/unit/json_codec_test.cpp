@@ -97,7 +97,10 @@ TEST_CASE("Every byte comes back from escaping and reading")
     for (int byte = 0; byte < 256; ++byte) {
         all.push_back(static_cast<char>(byte));
     }
-    CHECK(Decoded("\"" + Escaped(all) + "\"") == all);
+    std::string quoted(1, '"');
+    quoted += Escaped(all);
+    quoted += '"';
+    CHECK(Decoded(quoted) == all);
 }
 
 TEST_CASE("Skipping space passes blanks, tabs and line ends and nothing else")
