@@ -1,4 +1,4 @@
-#include <doctest.h>
+#include "support/readable_failures.h"
 
 #include "support/stage.h"
 

@@ -1,5 +1,5 @@
-#include <doctest.h>
 #include <shlwapi.h>
+#include "support/readable_failures.h"
 
 #include "support/stage.h"
 

@@ -49,12 +49,18 @@ void Stage::SetUpDefaults()
     settings.SetString(L"FidoRpId", L"corp.example");
     reader.SetReaders({{L"Kelvor Virtual Smart Card Reader 0",
                         simulator::ReaderCard{.registeredNames = {L"Kelvor Card"}}}});
-    simulator::CardCertificate certificate;
-    certificate.der = MakeCertificate();
-    certificate.container = L"alice-container";
-    csp.SetCertificates({std::move(certificate)});
+    PutCardOf("alice@corp.example");
     directory.SetUpn(L"alice@corp.example");
     key.SetPin(kPin);
+}
+
+void Stage::PutCardOf(const std::string& upn)
+{
+    service.Answers("armorprovision", R"({"ok":true,"upn":")" + upn + "\"}");
+    simulator::CardCertificate certificate;
+    certificate.der = MakeCertificate({.commonName = upn, .upn = upn});
+    certificate.container = std::wstring(upn.begin(), upn.begin() + upn.find('@')) + L"-container";
+    csp.SetCertificates({std::move(certificate)});
 }
 
 void Stage::Open()

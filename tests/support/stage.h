@@ -84,6 +84,10 @@ class Stage {
     FakeCardService service;
     LogReader log;
 
+    // The card service arms the card of this account, and that card is in the reader, its
+    // certificate in a container named like the account.
+    void PutCardOf(const std::string& upn);
+
     const ModuleUnderTest& Module() const { return *module_; }
 
     // --- LogonUI, step by step. Each act does the earlier ones that have not happened yet.
