@@ -50,18 +50,11 @@ class Secret {
     static_assert(std::is_trivially_copyable_v<T>);
 
  public:
-    Secret() : units_(1) {}
+    Secret() noexcept = default;
     explicit Secret(std::size_t count) : units_(count + 1) {}
-    explicit Secret(std::basic_string_view<T> text) : Secret() { Append(text); }
-    // The source is left empty but usable.
-    // NOLINTNEXTLINE(performance-noexcept-move-constructor): an empty secret, too, owns memory.
-    Secret(Secret&& other) : Secret() { units_.swap(other.units_); }
-    Secret& operator=(Secret&& other) noexcept
-    {
-        units_.swap(other.units_);
-        other.Clear();
-        return *this;
-    }
+    explicit Secret(std::basic_string_view<T> text) { Append(text); }
+    Secret(Secret&&) noexcept = default;  // the source is left empty
+    Secret& operator=(Secret&&) noexcept = default;
     Secret(const Secret&) = delete;
     Secret& operator=(const Secret&) = delete;
     ~Secret() = default;
@@ -69,15 +62,19 @@ class Secret {
     T* Data() noexcept { return units_.data(); }
     const T* Data() const noexcept { return units_.data(); }
     // Zero-terminated.
-    const T* CStr() const noexcept { return units_.data(); }
-    std::size_t Size() const noexcept { return units_.size() - 1; }
+    const T* CStr() const noexcept { return units_.empty() ? &kZero : units_.data(); }
+    std::size_t Size() const noexcept { return units_.empty() ? 0 : units_.size() - 1; }
     bool Empty() const noexcept { return Size() == 0; }
     std::basic_string_view<T> View() const noexcept { return {units_.data(), Size()}; }
 
     void Reserve(std::size_t count) { units_.reserve(count + 1); }
-    void Append(T unit) { units_.insert(units_.end() - 1, unit); }
+    void Append(T unit) { Append(std::basic_string_view<T>(&unit, 1)); }
     void Append(std::basic_string_view<T> text)
     {
+        if (units_.empty()) {
+            units_.reserve(text.size() + 1);
+            units_.push_back(kZero);
+        }
         units_.insert(units_.end() - 1, text.begin(), text.end());
     }
     // Keeps the first `count` units and overwrites the rest.
@@ -93,7 +90,9 @@ class Secret {
     void Wipe() noexcept { WipeMemory(units_.data(), Size() * sizeof(T)); }
 
  private:
-    std::vector<T, WipingAllocator<T>> units_;  // never empty: the zero unit is always there
+    static constexpr T kZero = 0;
+
+    std::vector<T, WipingAllocator<T>> units_;  // the zero unit last; empty when never filled
 };
 
 using SecretBytes = Secret<unsigned char>;
