@@ -37,10 +37,10 @@ void Shielded(Callable&& callable) noexcept
     }));
 }
 
-// The calling thread's last error as a failing HRESULT, E_FAIL when it says success.
-inline HRESULT LastErrorResult() noexcept
+// An error of the system as a failing HRESULT, E_FAIL when it says success.
+inline HRESULT FailureResult(DWORD error) noexcept
 {
-    const HRESULT hr = HRESULT_FROM_WIN32(GetLastError());
+    const HRESULT hr = HRESULT_FROM_WIN32(error);
     return FAILED(hr) ? hr : E_FAIL;
 }
 

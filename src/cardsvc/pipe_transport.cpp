@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "diag/log.h"
+#include "guarded.h"
 #include "handle.h"
 
 namespace kelvor {
@@ -31,12 +32,6 @@ class WipedOnLeaving {
  private:
     SecretText& request_;
 };
-
-HRESULT FailureResult(DWORD error) noexcept
-{
-    const HRESULT hr = HRESULT_FROM_WIN32(error);
-    return FAILED(hr) ? hr : E_FAIL;
-}
 
 HANDLE OpenPipe() noexcept
 {

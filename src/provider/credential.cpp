@@ -168,7 +168,7 @@ IFACEMETHODIMP CCredential::GetBitmapValue(DWORD field, HBITMAP* bitmap)
         return E_INVALIDARG;
     }
     *bitmap = LoadBitmapW(ModuleInstance(), MAKEINTRESOURCEW(kTileImageResource));
-    return *bitmap != nullptr ? S_OK : LastErrorResult();
+    return *bitmap != nullptr ? S_OK : FailureResult(GetLastError());
 }
 
 IFACEMETHODIMP CCredential::GetCheckboxValue(DWORD /*field*/, BOOL* checked, LPWSTR* label)
