@@ -88,11 +88,13 @@ struct FileCloser {
     void operator()(std::FILE* file) const noexcept { std::fclose(file); }
 };
 
-// False when the text is empty or does not fit; it is never cut.
+// False when the text is empty or does not fit: then it is not cut and used, but dropped. Runtimes
+// differ in what they return for a buffer that is too small, a negative or the needed length.
 template <class... Arguments>
 bool FormPath(Path& path, const wchar_t* format, Arguments... arguments) noexcept
 {
-    return std::swprintf(path.data(), path.size(), format, arguments...) > 0;
+    const int lengthChars = std::swprintf(path.data(), path.size(), format, arguments...);
+    return lengthChars > 0 && lengthChars < static_cast<int>(path.size());
 }
 
 bool FindBaseFolder(Path& base) noexcept
