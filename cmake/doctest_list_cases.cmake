@@ -35,9 +35,9 @@ while(NOT lines STREQUAL "")
   math(EXPR number "${number} + 1")
   add_test("${name}" ${emulator} "${program}" --order-by=name
     --first=${number} --last=${number} --no-path-filenames)
-  # A process that ran no case at all must not count as a success.
+  # A process that asserted nothing must not count as a success.
   set_tests_properties("${name}" PROPERTIES
     TIMEOUT ${time_limit}
     LABELS "${program_name}"
-    FAIL_REGULAR_EXPRESSION "test cases: +0 [|]")
+    FAIL_REGULAR_EXPRESSION "assertions: +0 [|]")
 endwhile()

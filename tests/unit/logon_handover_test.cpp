@@ -45,7 +45,7 @@ LogonHandover MakeHandover(BYTE filler)
 
 bool WasWiped(const std::vector<BYTE>& block)
 {
-    return std::ranges::all_of(block, [](BYTE byte) { return byte == 0; });
+    return std::ranges::all_of(block, [](BYTE each) { return each == 0; });
 }
 
 }  // namespace
@@ -82,7 +82,7 @@ TEST_CASE("A credential that is released is the receiver's, whole")
         CHECK(handover.Package() == 0);
     }
     CHECK(FreeWatch::freed.empty());
-    CHECK(std::all_of(buffer, buffer + kSizeBytes, [](BYTE byte) { return byte == 0x5A; }));
+    CHECK(std::all_of(buffer, buffer + kSizeBytes, [](BYTE each) { return each == 0x5A; }));
     HeapFree(GetProcessHeap(), 0, buffer);
 }
 
