@@ -3,6 +3,7 @@
 // Containers for secrets: what they held is overwritten with zeros before its memory is given
 // back, whatever the way out. No Windows header, so that code using them builds anywhere.
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <string_view>
@@ -71,11 +72,9 @@ class Secret {
     void Append(T unit) { Append(std::basic_string_view<T>(&unit, 1)); }
     void Append(std::basic_string_view<T> text)
     {
-        if (units_.empty()) {
-            units_.reserve(text.size() + 1);
-            units_.push_back(kZero);
-        }
-        units_.insert(units_.end() - 1, text.begin(), text.end());
+        const std::size_t size = Size();
+        units_.resize(size + text.size() + 1);
+        std::copy(text.begin(), text.end(), units_.data() + size);
     }
     // Keeps the first `count` units and overwrites the rest.
     void Shrink(std::size_t count) noexcept
