@@ -1,4 +1,4 @@
-#include <shlwapi.h>
+#include <memory>
 #include "support/readable_failures.h"
 
 #include "support/stage.h"
@@ -218,4 +218,33 @@ TEST_CASE("Only the tile image asks for a field option, the touch keyboard")
         CHECK(options->GetFieldOptions(field, &option) == S_OK);
         CHECK(option == (field == 0 ? CPCFO_ENABLE_TOUCH_KEYBOARD_AUTO_INVOKE : CPCFO_NONE));
     }
+}
+
+TEST_CASE("A probe inside a slow directory call keeps the module loaded by itself")
+{
+    auto module = std::make_unique<ModuleUnderTest>();
+    // Left alive on purpose: their patches must not be undone in a module that has gone.
+    auto* directory = new kelvor::simulator::Directory(module->Handle());
+    auto* threads = new kelvor::test::ThreadWatch(module->Handle());
+    directory->Hold();
+    {
+        const ComRef<ICredentialProvider> provider = Provider(*module);
+        REQUIRE(provider->SetUsageScenario(CPUS_LOGON, 0) == S_OK);
+        DWORD count = 0;
+        DWORD defaultTile = 0;
+        BOOL autoLogon = FALSE;
+        REQUIRE(provider->GetCredentialCount(&count, &defaultTile, &autoLogon) == S_OK);
+        ComRef<ICredentialProviderCredential> tile;
+        REQUIRE(provider->GetCredentialAt(0, tile.Receive()) == S_OK);
+        CHECK(tile->SetSelected(&autoLogon) == S_OK);
+        REQUIRE(directory->WaitUntilHeld(10'000));
+        CHECK(tile->SetDeselected() == S_OK);
+    }
+    CHECK(module->CanUnloadNow() == S_OK);
+    module.reset();
+    constexpr const wchar_t* kFile = L"KelvorFidoAdLogonCredentialProvider.dll";
+    CHECK(GetModuleHandleW(kFile) != nullptr);
+    directory->Release();
+    CHECK(threads->JoinFrom(0));
+    CHECK(GetModuleHandleW(kFile) == nullptr);
 }

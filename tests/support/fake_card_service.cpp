@@ -307,11 +307,11 @@ void FakeCardService::Converse(HANDLE pipe)
         if (reply.waits) {
             WaitForSingleObject(proceed_.Get(), kPatienceMs);
         }
+        if (reply.stops) {
+            Stop();  // before the answer, so that the client's next request finds nobody
+        }
         const bool written = std::ranges::all_of(
             reply.pieces, [&](const std::string& piece) { return WriteAll(pipe, piece); });
-        if (reply.stops) {
-            Stop();
-        }
         char more = 0;
         DWORD read = 0;
         if (written && !reply.hangsUp) {

@@ -17,7 +17,7 @@ struct Reply {
     std::vector<std::string> pieces;  // written one after another
     bool hangsUp = false;             // closes the connection after the pieces
     bool staysSilent = false;         // holds the connection open until the client leaves it
-    bool stops = false;               // the whole service is gone once the pieces are written
+    bool stops = false;               // the service takes no new client from before the pieces on
     bool waits = false;               // does all this only after Proceed
 
     // One answer line; the line feed is added.
