@@ -24,7 +24,7 @@ else()
   file(WRITE ${KELVOR_SPECS} "${kelvor_specs}")
   set(ENV{KELVOR_SPECS} ${KELVOR_SPECS})
 endif()
-set(KELVOR_LINK_FLAGS "-specs=${KELVOR_SPECS} -static")
+set(KELVOR_LINK_FLAGS "-specs=\"${KELVOR_SPECS}\" -static")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "${KELVOR_LINK_FLAGS}")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "${KELVOR_LINK_FLAGS}")
 
