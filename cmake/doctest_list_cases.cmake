@@ -4,12 +4,7 @@ if(NOT EXISTS "${program}")
   add_test("${program_name}_is_not_built" "${program}")
   return()
 endif()
-if(emulator AND "$ENV{WINEPREFIX}" STREQUAL "")
-  message(FATAL_ERROR "Set WINEPREFIX to a prefix of the tests' own: they write to its registry.")
-endif()
 
-# Through a file: the first process of a Wine session leaves services behind that would hold the
-# other end of a pipe open, and keep us reading, for as long as they live.
 execute_process(COMMAND ${emulator} "${program}" --list-test-cases --order-by=name --no-version
   OUTPUT_FILE "${list_file}" ERROR_FILE "${list_file}.errors" RESULT_VARIABLE result)
 file(READ "${list_file}" lines)
