@@ -46,6 +46,15 @@ bool JsonObject::Has(const char* name) const
     return Find(value_, name) != nullptr;
 }
 
+std::vector<std::string_view> JsonObject::Names() const
+{
+    std::vector<std::string_view> names;
+    for (const auto& member : static_cast<const rapidjson::Value*>(value_)->GetObject()) {
+        names.push_back(ViewOf(member.name));
+    }
+    return names;
+}
+
 std::optional<std::string_view> JsonObject::Text(const char* name) const
 {
     const rapidjson::Value* value = Find(value_, name);

@@ -21,6 +21,8 @@ class JsonObject {
     explicit JsonObject(const void* value) noexcept : value_(value) {}
 
     bool Has(const char* name) const;
+    // The members' names in their order.
+    std::vector<std::string_view> Names() const;
     std::optional<std::string_view> Text(const char* name) const;
     std::optional<bool> Flag(const char* name) const;
     std::optional<std::uint32_t> Number(const char* name) const;

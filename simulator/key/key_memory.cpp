@@ -8,8 +8,8 @@
 #include "crypto/hash.h"
 #include "crypto/secret_sha256.h"
 #include "files/whole_file.h"
-#include "json/json.h"
-#include "text/utf8.h"
+#include "json/required.h"
+#include "json/state_file.h"
 
 namespace kelvor::simulator {
 
@@ -20,68 +20,36 @@ constexpr int kHashRounds = 1000;
 constexpr std::size_t kKeyPartsBytes = 96;
 constexpr std::size_t kHmacKeyBytes = 32;
 
-// The readers below throw what LoadKeyMemory reports with the file's name.
-std::string_view TextOf(const JsonObject& object, const char* name)
+SecretBytes KeyOf(const JsonObject& object, const char* name, std::size_t sizeBytes)
 {
-    const auto text = object.Text(name);
-    if (!text) {
-        throw std::runtime_error(std::string("lacks \"") + name + "\"");
-    }
-    return *text;
-}
-
-std::uint32_t NumberOf(const JsonObject& object, const char* name)
-{
-    const auto number = object.Number(name);
-    if (!number) {
-        throw std::runtime_error(std::string("lacks \"") + name + "\"");
-    }
-    return *number;
-}
-
-Bytes BytesOf(const JsonObject& object, const char* name)
-{
-    const auto bytes = Base64Bytes(TextOf(object, name));
-    if (!bytes) {
-        throw std::runtime_error(std::string("has no Base64 in \"") + name + "\"");
-    }
-    return *bytes;
-}
-
-SecretBytes SecretOf(const JsonObject& object, const char* name, std::size_t sizeBytes)
-{
-    auto secret = Base64Secret(TextOf(object, name));
-    if (!secret || (!secret->Empty() && secret->Size() != sizeBytes)) {
+    SecretBytes key = RequiredSecret(object, name);
+    if (!key.Empty() && key.Size() != sizeBytes) {
         throw std::runtime_error(std::string("has no key in \"") + name + "\"");
     }
-    return std::move(*secret);
+    return key;
 }
 
 StoredCredential CredentialOf(const JsonObject& object)
 {
     StoredCredential credential;
-    credential.id = BytesOf(object, "id");
-    credential.rpId = TextOf(object, "rpId");
-    credential.accountName = TextOf(object, "accountName");
-    credential.displayName = TextOf(object, "displayName");
-    credential.keyParts = SecretOf(object, "key", kKeyPartsBytes);
-    credential.hmacWithVerification = SecretOf(object, "hmacWithVerification", kHmacKeyBytes);
-    credential.hmacWithoutVerification = SecretOf(object, "hmacWithoutVerification", kHmacKeyBytes);
+    credential.id = RequiredBytes(object, "id");
+    credential.rpId = RequiredText(object, "rpId");
+    credential.accountName = RequiredText(object, "accountName");
+    credential.displayName = RequiredText(object, "displayName");
+    credential.keyParts = KeyOf(object, "key", kKeyPartsBytes);
+    credential.hmacWithVerification = KeyOf(object, "hmacWithVerification", kHmacKeyBytes);
+    credential.hmacWithoutVerification = KeyOf(object, "hmacWithoutVerification", kHmacKeyBytes);
     return credential;
 }
 
 KeyMemory MemoryOf(const JsonObject& object)
 {
     KeyMemory memory;
-    memory.pinSalt = BytesOf(object, "pinSalt");
-    memory.pinHash = BytesOf(object, "pinHash");
-    memory.retries = NumberOf(object, "retries");
-    memory.counter = NumberOf(object, "counter");
-    const auto credentials = object.Objects("credentials");
-    if (!credentials) {
-        throw std::runtime_error("lacks \"credentials\"");
-    }
-    for (const JsonObject& credential : *credentials) {
+    memory.pinSalt = RequiredBytes(object, "pinSalt");
+    memory.pinHash = RequiredBytes(object, "pinHash");
+    memory.retries = RequiredNumber(object, "retries");
+    memory.counter = RequiredNumber(object, "counter");
+    for (const JsonObject& credential : RequiredObjects(object, "credentials")) {
         memory.credentials.push_back(CredentialOf(credential));
     }
     return memory;
@@ -100,19 +68,8 @@ Digest HashOfPin(const Bytes& salt, std::string_view pin)
 
 KeyMemory LoadKeyMemory(const std::wstring& path)
 {
-    std::optional<SecretText> text = ReadWholeFile(path);
-    if (!text) {
-        return {};
-    }
-    const auto document = JsonDocument::Parse(std::move(*text));
-    if (!document) {
-        throw std::runtime_error(ToUtf8(path) + ": is no JSON object");
-    }
-    try {
-        return MemoryOf(document->Root());
-    } catch (const std::runtime_error& error) {
-        throw std::runtime_error(ToUtf8(path) + ": " + error.what());
-    }
+    std::optional<KeyMemory> memory = ReadStateFile(path, MemoryOf);
+    return memory ? std::move(*memory) : KeyMemory();
 }
 
 void SaveKeyMemory(const std::wstring& path, const KeyMemory& memory)
