@@ -161,8 +161,8 @@ FakeCardService::~FakeCardService()
 {
     SetEvent(proceed_.Get());
     Stop();
-    for (const HANDLE client : lock_.With([&] { return clients_; })) {
-        WaitForSingleObject(client, kPatienceMs);
+    WaitForAllClients();
+    for (const HANDLE client : clients_) {
         CloseHandle(client);
     }
     WipeRequests();
@@ -223,6 +223,13 @@ bool FakeCardService::WaitForRequest(const std::string& command) const
         }
     }
     return true;
+}
+
+void FakeCardService::WaitForAllClients()
+{
+    for (const HANDLE client : lock_.With([&] { return clients_; })) {
+        WaitForSingleObject(client, kPatienceMs);
+    }
 }
 
 std::vector<std::string> FakeCardService::Requests() const

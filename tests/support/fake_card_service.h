@@ -59,6 +59,9 @@ class FakeCardService {
     // Waits until a request for `command` has been read; false after ten seconds.
     bool WaitForRequest(const std::string& command) const;
 
+    // Waits until every connection so far has been dealt with and its buffers are wiped.
+    void WaitForAllClients();
+
     // The request lines received so far without their line feed, and the commands in them.
     std::vector<std::string> Requests() const;
     std::vector<std::string> Commands() const;

@@ -1,0 +1,374 @@
+// Nothing of the PIN, the key's hmac-secret output or its Base64 text is left anywhere in the
+// process once a sign-in has ended, and the log holds none of it.
+#include <functional>
+#include <memory>
+
+#include "secret.h"
+#include "support/memory_scan.h"
+#include "support/readable_failures.h"
+#include "support/stage.h"
+
+using kelvor::WipeMemory;
+using kelvor::test::FakeCredential;
+using kelvor::test::FakeKey;
+using kelvor::test::FindInMemory;
+using kelvor::test::ForbiddenBytes;
+using kelvor::test::Reply;
+using kelvor::test::Stage;
+using kelvor::test::StageOptions;
+
+namespace {
+
+constexpr std::size_t kPinChars = 12;
+constexpr std::size_t kHmacBytes = 32;
+constexpr std::size_t kBase64Chars = 44;
+constexpr unsigned char kSeedOfAlice = 1;
+constexpr unsigned char kSeedOfBob = 2;
+
+// The PIN's letters, computed so that no literal of them is in this program.
+char PinLetter(std::size_t index)
+{
+    return static_cast<char>('A' + (index * 11 + 5) % 26);
+}
+
+unsigned char Base64Letter(unsigned char seed, std::size_t index)
+{
+    constexpr const char* kLetters =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    const std::size_t at = index / 4 * 3;
+    unsigned group = 0;
+    for (std::size_t i = at; i < at + 3; ++i) {
+        group = group << 8 | (i < kHmacBytes ? FakeKey::HmacByte(seed, i) : 0U);
+    }
+    const bool padding = at + index % 4 > kHmacBytes;
+    return static_cast<unsigned char>(padding ? '='
+                                              : kLetters[group >> (18 - 6 * (index % 4)) & 0x3F]);
+}
+
+std::vector<ForbiddenBytes> Secrets()
+{
+    std::vector<ForbiddenBytes> secrets;
+    secrets.emplace_back("the PIN in UTF-8", kPinChars, PinLetter);
+    secrets.emplace_back("the PIN in UTF-16", 2 * kPinChars, [](std::size_t i) {
+        return static_cast<char>(i % 2 == 0 ? PinLetter(i / 2) : '\0');
+    });
+    for (const unsigned char seed : {kSeedOfAlice, kSeedOfBob}) {
+        secrets.emplace_back("an hmac-secret output", kHmacBytes,
+                             [seed](std::size_t i) { return FakeKey::HmacByte(seed, i); });
+        secrets.emplace_back("an hmac-secret output in Base64", kBase64Chars,
+                             [seed](std::size_t i) { return Base64Letter(seed, i); });
+    }
+    return secrets;
+}
+
+void TypeThePin(Stage& stage)
+{
+    wchar_t pin[kPinChars + 1] = {};
+    for (std::size_t i = 0; i < kPinChars; ++i) {
+        pin[i] = static_cast<wchar_t>(PinLetter(i));
+    }
+    stage.TypePin(pin);
+    WipeMemory(pin, sizeof pin);
+}
+
+StageOptions OtherUser()
+{
+    StageOptions options;
+    options.otherUser = true;
+    return options;
+}
+
+// A stage on which the secrets are known by their patterns alone.
+struct SecretStage : Stage {
+    explicit SecretStage(StageOptions options = {}) : Stage(std::move(options))
+    {
+        service.KeepOnlyCommands();
+        char pin[kPinChars] = {};
+        for (std::size_t i = 0; i < kPinChars; ++i) {
+            pin[i] = PinLetter(i);
+        }
+        key.SetPin({pin, kPinChars});
+        WipeMemory(pin, sizeof pin);
+    }
+
+    void SignInWithThePin()
+    {
+        TypeThePin(*this);
+        Click();
+        WaitForWorker();
+        service.WaitForAllClients();
+    }
+};
+
+void CheckNothingIsLeft(Stage& stage)
+{
+    const std::vector<ForbiddenBytes> secrets = Secrets();
+    CHECK(FindInMemory(secrets) == std::vector<std::string>{});
+    const std::string log = stage.log.Bytes();
+    REQUIRE_FALSE(log.empty());
+    for (const ForbiddenBytes& secret : secrets) {
+        CAPTURE(secret.Name());
+        bool found = false;
+        for (std::size_t at = 0; at + secret.Size() <= log.size(); ++at) {
+            found =
+                found || secret.StandAt(reinterpret_cast<const unsigned char*>(log.data()) + at);
+        }
+        CHECK_FALSE(found);
+    }
+}
+
+}  // namespace
+
+TEST_CASE("The scan finds a secret that is left on the heap")
+{
+    SecretStage stage;
+    auto copy = std::make_unique<unsigned char[]>(kHmacBytes);
+    for (std::size_t i = 0; i < kHmacBytes; ++i) {
+        copy[i] = FakeKey::HmacByte(kSeedOfAlice, i);
+    }
+    const std::vector<std::string> places = FindInMemory(Secrets());
+    CHECK(places.size() == 1);
+    WipeMemory(copy.get(), kHmacBytes);
+}
+
+TEST_CASE("The scan finds a typed PIN in the tile that holds it")
+{
+    SecretStage stage;
+    TypeThePin(stage);
+    CHECK_FALSE(FindInMemory(Secrets()).empty());
+}
+
+TEST_CASE("After a successful sign-in no secret is left")
+{
+    SecretStage stage;
+    stage.SignInWithThePin();
+    REQUIRE(stage.key.Taps().at(0).pinRight);
+    REQUIRE(stage.AskTileCount().autoLogon);
+    CheckNothingIsLeft(stage);
+}
+
+TEST_CASE("After a collected and reported sign-in no secret is left")
+{
+    SecretStage stage;
+    stage.SignInWithThePin();
+    stage.Collect();
+    stage.Report(0);
+    CheckNothingIsLeft(stage);
+}
+
+TEST_CASE("After a logon that LSA refused no secret is left")
+{
+    SecretStage stage;
+    stage.SignInWithThePin();
+    stage.Collect();
+    stage.Report(static_cast<LONG>(0xC0000321));
+    CheckNothingIsLeft(stage);
+}
+
+TEST_CASE("After a sign-in that failed at any stage no secret is left")
+{
+    struct Failure {
+        const char* name;
+        std::function<void(Stage&)> arrange;
+        const wchar_t* status;
+    };
+    const Failure failures[] = {
+        {"switched off", [](Stage& stage) { stage.settings.Remove(L"Enabled"); },
+         L"Domain sign-in is not enabled on this PC."},
+        {"no service", [](Stage& stage) { stage.service.Stop(); },
+         L"Sign-in failed: the card service is not running"},
+        {"refused challenge",
+         [](Stage& stage) { stage.service.Answers("provchallenge", R"({"ok":false})"); },
+         L"Sign-in failed: the enrollment server did not issue a challenge"},
+        {"wrong PIN", [](Stage& stage) { stage.key.SetBeginCode(0x31); },
+         L"Sign-in failed: incorrect PIN — check your security key's PIN and try again"},
+        {"no user verification", [](Stage& stage) { stage.key.SetFlags(0x01); },
+         L"Sign-in failed: enter your security key's PIN — the key has to verify you before it "
+         L"can sign you in"},
+        {"unusable statement",
+         [](Stage& stage) {
+             FakeCredential broken;
+             broken.getCode = 0x02;
+             stage.key.SetCredentials({broken});
+         },
+         L"Sign-in failed: this security key has no sign-in credential for this PC — it may need "
+         L"to be enrolled again"},
+        {"refused account",
+         [](Stage& stage) {
+             stage.service.Answers(
+                 "filteraccounts",
+                 R"({"ok":true,"results":[{"credId":"obLD1A==","eligible":false,"status":"UnknownCredential"}]})");
+         },
+         L"Sign-in failed: this security key is not registered on this sign-in server (or it has "
+         L"been revoked)"},
+        {"another account's key",
+         [](Stage& stage) {
+             FakeCredential bob;
+             bob.userName = "CORP\\bob";
+             bob.id = {0xB0};
+             bob.hmacSeed = kSeedOfBob;
+             FakeCredential carol = bob;
+             carol.userName = "CORP\\carol";
+             carol.id = {0xC0};
+             stage.key.SetCredentials({bob, carol});
+         },
+         L"Sign-in failed: that security key is enrolled to a different account — use the \"Other "
+         L"user\" tile, or the tile for the account the key belongs to"},
+        {"refused arm",
+         [](Stage& stage) { stage.service.Answers("armorprovision", R"({"ok":false})"); },
+         L"Sign-in failed: the security key was not authorized"},
+        {"service that dies over the arm request",
+         [](Stage& stage) { stage.service.Answers("armorprovision", Reply::HangUp()); },
+         L"Sign-in failed: the card service did not respond"},
+        {"arm request that cannot be sent",
+         [](Stage& stage) { stage.pipe.Calls().FailAfter("WriteFile", 2, ERROR_NO_DATA); },
+         L"Sign-in failed: could not send the request to the card service"},
+        {"no reader", [](Stage& stage) { stage.reader.SetReaders({}); },
+         L"Sign-in failed: the sign-in card is not ready — wait a moment and try again; if it "
+         L"keeps happening, restart this PC"},
+        {"no certificate", [](Stage& stage) { stage.csp.SetCertificates({}); },
+         L"Sign-in failed: this PC is not set up for your account yet — sign in with your "
+         L"password once, or contact IT"},
+        {"wrong card",
+         [](Stage& stage) {
+             stage.service.Answers("armorprovision", R"({"ok":true,"upn":"bob@corp.example"})");
+         },
+         L"Sign-in failed: the wrong card is loaded for your account — sign out and try again"},
+        {"no LSA", [](Stage& stage) { stage.lsa.Calls().Fail("LsaConnectUntrusted", 0xC0000022); },
+         L"Sign-in failed: Windows could not start a domain sign-in on this PC — try again, or "
+         L"contact IT"},
+    };
+    for (const Failure& failure : failures) {
+        CAPTURE(failure.name);
+        SecretStage stage;
+        failure.arrange(stage);
+        stage.SignInWithThePin();
+        CHECK(stage.Status() == failure.status);
+        CheckNothingIsLeft(stage);
+    }
+}
+
+TEST_CASE("After a refused account match no secret is left")
+{
+    SecretStage stage;
+    stage.PutCardOf("bob@corp.example");
+    stage.SignInWithThePin();
+    REQUIRE_FALSE(stage.AskTileCount().autoLogon);
+    CheckNothingIsLeft(stage);
+}
+
+TEST_CASE("After a provisioning no secret is left")
+{
+    SecretStage stage;
+    stage.settings.Remove(L"FidoGate");
+    stage.service.Answers("status", R"({"ok":true,"provisioned":false})");
+    stage.SignInWithThePin();
+    REQUIRE(stage.AskTileCount().autoLogon);
+    CheckNothingIsLeft(stage);
+}
+
+TEST_CASE("After a refused provisioning no secret is left")
+{
+    SecretStage stage;
+    stage.settings.Remove(L"FidoGate");
+    stage.service.Answers("status", R"({"ok":true,"provisioned":false})");
+    stage.service.Answers("provision", R"({"ok":false})");
+    stage.SignInWithThePin();
+    CheckNothingIsLeft(stage);
+}
+
+TEST_CASE("After an abandoned account choice no secret is left")
+{
+    SecretStage stage(OtherUser());
+    FakeCredential bob;
+    bob.id = {0xB0};
+    bob.hmacSeed = kSeedOfBob;
+    stage.key.SetCredentials({FakeCredential{}, bob});
+    stage.SignInWithThePin();
+    CHECK_FALSE(FindInMemory(Secrets()).empty());
+    stage.Deselect();
+    CheckNothingIsLeft(stage);
+}
+
+TEST_CASE("After a submitted account choice no secret is left")
+{
+    SecretStage stage(OtherUser());
+    FakeCredential bob;
+    bob.id = {0xB0};
+    bob.hmacSeed = kSeedOfBob;
+    stage.key.SetCredentials({FakeCredential{}, bob});
+    stage.SignInWithThePin();
+    stage.Click();
+    stage.WaitForWorker();
+    stage.service.WaitForAllClients();
+    REQUIRE(stage.AskTileCount().autoLogon);
+    CheckNothingIsLeft(stage);
+}
+
+TEST_CASE("After a tile with an open account choice is released no secret is left")
+{
+    SecretStage stage(OtherUser());
+    FakeCredential bob;
+    bob.id = {0xB0};
+    bob.hmacSeed = kSeedOfBob;
+    stage.key.SetCredentials({FakeCredential{}, bob});
+    stage.SignInWithThePin();
+    stage.TheTile().UnAdvise();
+    stage.Close();
+    CheckNothingIsLeft(stage);
+}
+
+TEST_CASE("A PIN typed over another leaves neither")
+{
+    SecretStage stage;
+    TypeThePin(stage);
+    stage.TypePin(L"0");
+    CheckNothingIsLeft(stage);
+}
+
+TEST_CASE("A PIN whose tile is deselected is not left")
+{
+    SecretStage stage;
+    TypeThePin(stage);
+    stage.Deselect();
+    CheckNothingIsLeft(stage);
+}
+
+TEST_CASE("A PIN whose key is taken away is not left")
+{
+    SecretStage stage;
+    TypeThePin(stage);
+    stage.Poll();
+    stage.key.SetPresent(false);
+    stage.Poll();
+    CheckNothingIsLeft(stage);
+}
+
+TEST_CASE("A PIN whose tile is destroyed is not left")
+{
+    SecretStage stage;
+    TypeThePin(stage);
+    stage.TheTile().UnAdvise();
+    stage.Close();
+    CheckNothingIsLeft(stage);
+}
+
+TEST_CASE("After a sign-in in the blocking way no secret is left")
+{
+    StageOptions options;
+    options.advisesProvider = false;
+    SecretStage stage(options);
+    stage.SignInWithThePin();
+    CheckNothingIsLeft(stage);
+}
+
+TEST_CASE("After a sign-in on LogonUI's own thread no secret is left on its stack")
+{
+    SecretStage stage;
+    TypeThePin(stage);
+    stage.threads.Calls().Fail("CreateThread", ERROR_NOT_ENOUGH_MEMORY);
+    stage.Click();
+    stage.threads.Calls().Succeed("CreateThread");
+    stage.service.WaitForAllClients();
+    CheckNothingIsLeft(stage);
+}
