@@ -1,0 +1,168 @@
+#include "logonui/event_sinks.h"
+
+#include <string>
+#include <utility>
+
+#include "logonui/com_object.h"
+#include "logonui/unicode_text.h"
+
+namespace kelvor::simulator {
+namespace {
+
+std::string Quoted(LPCWSTR text)
+{
+    return text != nullptr ? "'" + ToUtf8(text) + "'" : "null";
+}
+
+class TileEvents final : public ComObject<ICredentialProviderCredentialEvents2> {
+ public:
+    TileEvents(std::shared_ptr<TileModel> model, std::shared_ptr<CallRecord> record)
+        : model_(std::move(model)), record_(std::move(record))
+    {
+    }
+
+    STDMETHODIMP SetFieldState(ICredentialProviderCredential*, DWORD id,
+                               CREDENTIAL_PROVIDER_FIELD_STATE state) override
+    {
+        return Apply("SetFieldState", id, std::to_string(state),
+                     [&](TileField& field) { field.state = state; });
+    }
+    STDMETHODIMP SetFieldInteractiveState(
+        ICredentialProviderCredential*, DWORD id,
+        CREDENTIAL_PROVIDER_FIELD_INTERACTIVE_STATE state) override
+    {
+        return Apply("SetFieldInteractiveState", id, std::to_string(state),
+                     [&](TileField& field) { field.interactive = state; });
+    }
+    STDMETHODIMP SetFieldString(ICredentialProviderCredential*, DWORD id, LPCWSTR text) override
+    {
+        Record("SetFieldString", id, Quoted(text));
+        return model_->SetText(id, text) ? S_OK : E_INVALIDARG;
+    }
+    STDMETHODIMP SetFieldCheckbox(ICredentialProviderCredential*, DWORD id, BOOL checked,
+                                  LPCWSTR label) override
+    {
+        Record("SetFieldCheckbox", id, std::to_string(checked) + ", " + Quoted(label));
+        return E_INVALIDARG;  // no tile of this screen has a check box
+    }
+    STDMETHODIMP SetFieldBitmap(ICredentialProviderCredential*, DWORD id, HBITMAP bitmap) override
+    {
+        return Apply("SetFieldBitmap", id, bitmap != nullptr ? "a bitmap" : "null",
+                     [&](TileField& field) { field.hasImage = bitmap != nullptr; });
+    }
+    STDMETHODIMP SetFieldComboBoxSelectedItem(ICredentialProviderCredential*, DWORD id,
+                                              DWORD item) override
+    {
+        return Apply("SetFieldComboBoxSelectedItem", id, std::to_string(item),
+                     [&](TileField& field) { field.selectedRow = item; });
+    }
+    STDMETHODIMP DeleteFieldComboBoxItem(ICredentialProviderCredential*, DWORD id,
+                                         DWORD item) override
+    {
+        bool known = false;
+        const HRESULT hr =
+            Apply("DeleteFieldComboBoxItem", id, std::to_string(item), [&](TileField& field) {
+                known = item < field.rows.size();
+                if (known) {
+                    field.rows.erase(field.rows.begin() + static_cast<std::ptrdiff_t>(item));
+                }
+            });
+        return known ? hr : E_INVALIDARG;
+    }
+    STDMETHODIMP AppendFieldComboBoxItem(ICredentialProviderCredential*, DWORD id,
+                                         LPCWSTR item) override
+    {
+        return Apply("AppendFieldComboBoxItem", id, Quoted(item), [&](TileField& field) {
+            field.rows.emplace_back(item != nullptr ? item : L"");
+        });
+    }
+    STDMETHODIMP SetFieldSubmitButton(ICredentialProviderCredential*, DWORD id,
+                                      DWORD adjacentTo) override
+    {
+        return Apply("SetFieldSubmitButton", id, std::to_string(adjacentTo),
+                     [&](TileField& field) { field.adjacentTo = adjacentTo; });
+    }
+    STDMETHODIMP OnCreatingWindow(HWND* owner) override
+    {
+        record_->Add("OnCreatingWindow()");
+        *owner = nullptr;  // the screen is text: there is no window to own another
+        return S_OK;
+    }
+    STDMETHODIMP BeginFieldUpdates() override
+    {
+        record_->Add("BeginFieldUpdates()");
+        return S_OK;
+    }
+    STDMETHODIMP EndFieldUpdates() override
+    {
+        record_->Add("EndFieldUpdates()");
+        return S_OK;
+    }
+    STDMETHODIMP SetFieldOptions(ICredentialProviderCredential*, DWORD id,
+                                 CREDENTIAL_PROVIDER_CREDENTIAL_FIELD_OPTIONS options) override
+    {
+        return Apply("SetFieldOptions", id, std::to_string(options), [](TileField&) {});
+    }
+
+ private:
+    bool Serves(REFIID iid) const noexcept override
+    {
+        return IsEqualIID(iid, IID_ICredentialProviderCredentialEvents) ||
+               IsEqualIID(iid, IID_ICredentialProviderCredentialEvents2);
+    }
+    void Record(const char* call, DWORD id, const std::string& value)
+    {
+        record_->Add(std::string(call) + "(" + std::to_string(id) + ", " + value + ")");
+    }
+    template <class Change>
+    HRESULT Apply(const char* call, DWORD id, const std::string& value, Change&& change)
+    {
+        Record(call, id, value);
+        return model_->ChangeField(id, change) ? S_OK : E_INVALIDARG;
+    }
+
+    const std::shared_ptr<TileModel> model_;
+    const std::shared_ptr<CallRecord> record_;
+};
+
+class ProviderEvents final : public ComObject<ICredentialProviderEvents> {
+ public:
+    ProviderEvents(std::function<void(UINT_PTR)> changed, std::shared_ptr<CallRecord> record)
+        : changed_(std::move(changed)), record_(std::move(record))
+    {
+    }
+
+    STDMETHODIMP CredentialsChanged(UINT_PTR context) override
+    {
+        record_->Add("CredentialsChanged(" + std::to_string(context) + ")");
+        changed_(context);
+        return S_OK;
+    }
+
+ private:
+    bool Serves(REFIID iid) const noexcept override
+    {
+        return IsEqualIID(iid, IID_ICredentialProviderEvents);
+    }
+
+    const std::function<void(UINT_PTR)> changed_;
+    const std::shared_ptr<CallRecord> record_;
+};
+
+}  // namespace
+
+ComRef<ICredentialProviderCredentialEvents> MakeTileEvents(std::shared_ptr<TileModel> model,
+                                                           std::shared_ptr<CallRecord> record)
+{
+    return ComRef<ICredentialProviderCredentialEvents>::Adopt(
+        new TileEvents(std::move(model), std::move(record)));
+}
+
+ComRef<ICredentialProviderEvents> MakeProviderEvents(std::function<void(UINT_PTR)> changed,
+                                                     std::shared_ptr<CallRecord> record)
+{
+    return ComRef<ICredentialProviderEvents>::Adopt(
+        new ProviderEvents(std::move(changed), std::move(record)));
+}
+
+}  // namespace kelvor::simulator

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "com_ref.h"
+#include "credential_provider.h"
+#include "logonui/call_record.h"
+#include "logonui/tile_model.h"
+
+namespace kelvor::simulator {
+
+// The sink that a tile is advised of. Each call is recorded with its thread and applied to
+// `model`, on whatever thread it comes.
+ComRef<ICredentialProviderCredentialEvents> MakeTileEvents(std::shared_ptr<TileModel> model,
+                                                           std::shared_ptr<CallRecord> record);
+
+// The sink that the provider is advised of. `changed` gets the advise context, on the thread that
+// called CredentialsChanged.
+ComRef<ICredentialProviderEvents> MakeProviderEvents(std::function<void(UINT_PTR)> changed,
+                                                     std::shared_ptr<CallRecord> record);
+
+}  // namespace kelvor::simulator

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <windows.h>
+
+#include <deque>
+#include <functional>
+
+#include "handle.h"
+#include "lock.h"
+
+namespace kelvor::simulator {
+
+// The loop of the thread that talks to the provider. Tasks from other threads wait in a queue of
+// their own rather than in the thread's message queue: a provider that pumps messages inside one
+// of its calls would take a thread message out and lose it.
+class MessageLoop {
+ public:
+    MessageLoop();
+    MessageLoop(const MessageLoop&) = delete;
+    MessageLoop& operator=(const MessageLoop&) = delete;
+
+    // Has the loop's thread run `task`. Any thread.
+    void Post(std::function<void()> task);
+    // Has the loop's thread look at its condition again. Any thread.
+    void Wake() noexcept { SetEvent(wake_.Get()); }
+
+    // Runs tasks and window messages until `done` answers true; false when `timeoutMs` passed
+    // first. `done` is asked after each task and message and every 50 ms besides, for conditions
+    // that nobody signals (a file that grows). Loop thread only.
+    bool RunUntil(const std::function<bool()>& done, DWORD timeoutMs);
+
+ private:
+    void RunPending();
+
+    UniqueKernelObject wake_;
+    Lock lock_;
+    std::deque<std::function<void()>> tasks_;  // under lock_
+};
+
+}  // namespace kelvor::simulator

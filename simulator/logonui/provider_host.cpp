@@ -1,0 +1,368 @@
+#include "logonui/provider_host.h"
+
+#include <stdexcept>
+#include <utility>
+
+#include "logonui/event_sinks.h"
+#include "logonui/provider_class.h"
+#include "logonui/unicode_text.h"
+
+namespace kelvor::simulator {
+namespace {
+
+constexpr UINT_PTR kAdviseContext = 0x4B65;  // any value the provider has to give back
+
+void Require(HRESULT hr, const char* what)
+{
+    if (FAILED(hr)) {
+        throw std::runtime_error(std::string(what) + " failed with " +
+                                 Hex32(static_cast<unsigned long>(hr)));
+    }
+}
+
+// The module whose code a COM object runs: its first virtual function lies in it.
+HMODULE ModuleOf(IUnknown* object)
+{
+    void* const* table = *reinterpret_cast<void* const* const*>(object);
+    HMODULE module = nullptr;
+    if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+                                GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                            static_cast<LPCWSTR>(table[0]), &module)) {
+        throw std::runtime_error("the provider's class is not served by a module of this process");
+    }
+    return module;
+}
+
+}  // namespace
+
+ProviderHost::ProviderHost(MessageLoop& loop, HostObserver observer)
+    : loop_(loop), observer_(std::move(observer))
+{
+}
+
+ProviderHost::~ProviderHost()
+{
+    Stop();
+    *alive_ = false;
+}
+
+HMODULE ProviderHost::Activate()
+{
+    const HRESULT hr =
+        CoCreateInstance(kProviderClass, nullptr, CLSCTX_INPROC_SERVER, IID_ICredentialProvider,
+                         reinterpret_cast<void**>(provider_.Receive()));
+    if (hr == REGDB_E_CLASSNOTREG) {
+        throw std::runtime_error("the provider is not registered; use --register PATH-OF-THE-DLL");
+    }
+    Require(hr, "creating the provider");
+    return ModuleOf(provider_.Get());
+}
+
+void ProviderHost::Start(CREDENTIAL_PROVIDER_USAGE_SCENARIO scenario,
+                         const std::vector<ScreenUser>& users)
+{
+    Require(provider_->SetUsageScenario(scenario, 0), "SetUsageScenario");
+    ComRef<ICredentialProviderSetUserArray> userList;
+    if (SUCCEEDED(
+            provider_->QueryInterface(IID_ICredentialProviderSetUserArray,
+                                      reinterpret_cast<void**>(userList.Receive())))) {
+        Require(userList->SetUserArray(MakeUserArray(users).Get()), "SetUserArray");
+    }
+    const auto changed = [this, alive = alive_](UINT_PTR context) {
+        if (context != kAdviseContext) {
+            return;
+        }
+        loop_.Post([this, alive] {
+            if (*alive) {
+                OnCredentialsChanged();
+            }
+        });
+    };
+    Require(provider_->Advise(MakeProviderEvents(changed, record_).Get(), kAdviseContext),
+            "Advise");
+    ReadDescriptors();
+    bool autoLogon = false;
+    selected_ = tiles_.size();
+    const std::size_t preferred = ListTiles(autoLogon);
+    selected_ = tiles_.size();
+    if (preferred < tiles_.size()) {
+        Select(preferred);
+    }
+}
+
+void ProviderHost::Stop()
+{
+    if (!provider_) {
+        return;
+    }
+    Deselect();
+    ReleaseTiles();
+    provider_->UnAdvise();
+    provider_ = {};
+}
+
+void ProviderHost::Select(std::size_t index)
+{
+    if (index >= tiles_.size()) {
+        return;
+    }
+    if (HasSelection() && selected_ != index) {
+        Deselect();
+    }
+    selected_ = index;
+    HostedTile& hosted = tiles_[index];
+    hosted.model->Change([](Tile& tile) { tile.selected = true; });
+    BOOL autoLogon = FALSE;
+    hosted.credential->SetSelected(&autoLogon);
+    if (autoLogon) {
+        Click();
+    }
+}
+
+void ProviderHost::Deselect()
+{
+    if (!HasSelection()) {
+        return;
+    }
+    HostedTile& hosted = tiles_[selected_];
+    hosted.credential->SetDeselected();
+    hosted.model->Change([](Tile& tile) {
+        tile.selected = false;
+        tile.icon = CPSI_NONE;
+    });
+    selected_ = tiles_.size();
+}
+
+bool ProviderHost::Type(const Secret<wchar_t>& text)
+{
+    if (!HasSelection()) {
+        return false;
+    }
+    HostedTile& hosted = tiles_[selected_];
+    const Tile tile = hosted.model->Snapshot();
+    for (std::size_t id = 0; id < tile.fields.size(); ++id) {
+        const TileField& field = tile.fields[id];
+        if (field.type == CPFT_PASSWORD_TEXT && field.Shown(true)) {
+            hosted.model->ChangeField(static_cast<DWORD>(id), [&](TileField& changed) {
+                changed.typedChars = text.Size();
+            });
+            return SUCCEEDED(
+                hosted.credential->SetStringValue(static_cast<DWORD>(id), text.CStr()));
+        }
+    }
+    return false;
+}
+
+bool ProviderHost::ChooseRow(DWORD row)
+{
+    if (!HasSelection()) {
+        return false;
+    }
+    HostedTile& hosted = tiles_[selected_];
+    const Tile tile = hosted.model->Snapshot();
+    for (std::size_t id = 0; id < tile.fields.size(); ++id) {
+        const TileField& field = tile.fields[id];
+        if (field.type == CPFT_COMBOBOX && field.Shown(true) && row < field.rows.size()) {
+            hosted.model->ChangeField(static_cast<DWORD>(id),
+                                      [&](TileField& changed) { changed.selectedRow = row; });
+            return SUCCEEDED(
+                hosted.credential->SetComboBoxSelectedValue(static_cast<DWORD>(id), row));
+        }
+    }
+    return false;
+}
+
+bool ProviderHost::CanClick() const
+{
+    if (!HasSelection()) {
+        return false;
+    }
+    const Tile tile = tiles_[selected_].model->Snapshot();
+    for (const TileField& field : tile.fields) {
+        if (field.type == CPFT_SUBMIT_BUTTON && field.Shown(true)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void ProviderHost::Click()
+{
+    if (!HasSelection()) {
+        return;
+    }
+    // Own references: the provider may have the tiles listed anew inside these calls.
+    const ComRef<ICredentialProviderCredential> credential = tiles_[selected_].credential;
+    const std::shared_ptr<TileModel> model = tiles_[selected_].model;
+    CREDENTIAL_PROVIDER_GET_SERIALIZATION_RESPONSE response = CPGSR_NO_CREDENTIAL_NOT_FINISHED;
+    Serialization serialization;
+    TaskString text;
+    CREDENTIAL_PROVIDER_STATUS_ICON icon = CPSI_NONE;
+    const HRESULT hr =
+        credential->GetSerialization(&response, serialization.Receive(), text.Receive(), &icon);
+    if (text) {
+        model->Change([&](Tile& tile) { tile.icon = icon; });
+    }
+    if (SUCCEEDED(hr) && response == CPGSR_RETURN_CREDENTIAL_FINISHED) {
+        Report(*credential.Get(), *model, serialization);
+    }
+}
+
+void ProviderHost::ReadDescriptors()
+{
+    DWORD count = 0;
+    Require(provider_->GetFieldDescriptorCount(&count), "GetFieldDescriptorCount");
+    descriptors_.clear();
+    for (DWORD index = 0; index < count; ++index) {
+        TaskMemory<CREDENTIAL_PROVIDER_FIELD_DESCRIPTOR> descriptor;
+        Require(provider_->GetFieldDescriptorAt(index, descriptor.Receive()),
+                "GetFieldDescriptorAt");
+        const TaskString label(descriptor.Get()->pszLabel);
+        TileField field;
+        field.type = descriptor.Get()->cpft;
+        field.label = label ? label.Get() : L"";
+        if (descriptor.Get()->dwFieldID != index) {
+            throw std::runtime_error("the provider's field ids are not 0, 1, 2 and so on");
+        }
+        descriptors_.push_back(std::move(field));
+    }
+}
+
+std::size_t ProviderHost::ListTiles(bool& autoLogon)
+{
+    DWORD count = 0;
+    DWORD preferred = CREDENTIAL_PROVIDER_NO_DEFAULT;
+    BOOL autoLogonWithDefault = FALSE;
+    Require(provider_->GetCredentialCount(&count, &preferred, &autoLogonWithDefault),
+            "GetCredentialCount");
+    for (DWORD index = 0; index < count; ++index) {
+        tiles_.push_back(MakeTile(index));
+    }
+    autoLogon = autoLogonWithDefault != FALSE;
+    return preferred < count ? preferred : count;
+}
+
+ProviderHost::HostedTile ProviderHost::MakeTile(DWORD index)
+{
+    HostedTile hosted;
+    Require(provider_->GetCredentialAt(index, hosted.credential.Receive()), "GetCredentialAt");
+    if (index >= models_.size()) {
+        models_.push_back(std::make_shared<TileModel>(observer_.tileChanged));
+    }
+    hosted.model = models_[index];
+    hosted.model->Change([&](Tile& tile) {
+        tile.fields = descriptors_;
+        tile.selected = false;
+    });
+    Require(hosted.credential->Advise(MakeTileEvents(hosted.model, record_).Get()),
+            "a tile's Advise");
+    ReadFields(*hosted.credential.Get(), *hosted.model);
+    ComRef<ICredentialProviderCredential2> withUser;
+    if (SUCCEEDED(hosted.credential->QueryInterface(
+            IID_ICredentialProviderCredential2, reinterpret_cast<void**>(withUser.Receive())))) {
+        TaskString sid;
+        withUser->GetUserSid(sid.Receive());
+    }
+    return hosted;
+}
+
+void ProviderHost::ReadFields(ICredentialProviderCredential& credential, TileModel& model)
+{
+    for (DWORD id = 0; id < descriptors_.size(); ++id) {
+        TileField read = descriptors_[id];
+        credential.GetFieldState(id, &read.state, &read.interactive);
+        if (read.type == CPFT_TILE_IMAGE) {
+            HBITMAP bitmap = nullptr;
+            read.hasImage = SUCCEEDED(credential.GetBitmapValue(id, &bitmap));
+            if (bitmap != nullptr) {
+                DeleteObject(bitmap);
+            }
+        } else if (read.type == CPFT_COMBOBOX) {
+            ReadComboBox(credential, id, read);
+        } else {
+            TaskString text;
+            credential.GetStringValue(id, text.Receive());
+            read.text = text && read.type != CPFT_PASSWORD_TEXT ? text.Get() : L"";
+        }
+        if (read.type == CPFT_SUBMIT_BUTTON) {
+            credential.GetSubmitButtonValue(id, &read.adjacentTo);
+        }
+        model.ChangeField(id, [&](TileField& field) { field = read; });
+    }
+    ComRef<ICredentialProviderCredentialWithFieldOptions> withOptions;
+    if (SUCCEEDED(credential.QueryInterface(IID_ICredentialProviderCredentialWithFieldOptions,
+                                            reinterpret_cast<void**>(withOptions.Receive())))) {
+        for (DWORD id = 0; id < descriptors_.size(); ++id) {
+            CREDENTIAL_PROVIDER_CREDENTIAL_FIELD_OPTIONS options = CPCFO_NONE;
+            withOptions->GetFieldOptions(id, &options);
+        }
+    }
+}
+
+void ProviderHost::ReadComboBox(ICredentialProviderCredential& credential, DWORD id,
+                                TileField& field)
+{
+    DWORD count = 0;
+    credential.GetComboBoxValueCount(id, &count, &field.selectedRow);
+    for (DWORD row = 0; row < count; ++row) {
+        TaskString text;
+        credential.GetComboBoxValueAt(id, row, text.Receive());
+        field.rows.emplace_back(text ? text.Get() : L"");
+    }
+}
+
+void ProviderHost::ReleaseTiles()
+{
+    for (HostedTile& hosted : tiles_) {
+        hosted.credential->UnAdvise();
+    }
+    tiles_.clear();
+    selected_ = 0;
+}
+
+// The screen forgets its tiles and lists them anew; a tile that comes with auto-logon is asked for
+// its credential at once.
+void ProviderHost::OnCredentialsChanged()
+{
+    if (!provider_) {
+        return;
+    }
+    observer_.credentialsChanged();
+    const std::size_t before = selected_;
+    const bool hadSelection = HasSelection();
+    ReleaseTiles();
+    bool autoLogon = false;
+    const std::size_t preferred = ListTiles(autoLogon);
+    const std::size_t next = preferred < tiles_.size() ? preferred
+                             : hadSelection           ? before
+                                                       : tiles_.size();
+    selected_ = tiles_.size();
+    if (next >= tiles_.size()) {
+        return;
+    }
+    selected_ = next;
+    tiles_[next].model->Change([](Tile& tile) { tile.selected = true; });
+    BOOL tileWantsLogon = FALSE;
+    tiles_[next].credential->SetSelected(&tileWantsLogon);
+    if (tileWantsLogon || (autoLogon && next == preferred)) {
+        Click();
+    }
+}
+
+void ProviderHost::Report(ICredentialProviderCredential& credential, TileModel& model,
+                          const Serialization& serialization)
+{
+    const LogonResult result = observer_.logon(serialization);
+    TaskString text;
+    CREDENTIAL_PROVIDER_STATUS_ICON icon = CPSI_NONE;
+    credential.ReportResult(result.status, result.substatus, text.Receive(), &icon);
+    if (text) {
+        model.Change([&](Tile& tile) { tile.icon = icon; });
+    }
+    if (result.status != 0) {
+        BOOL autoLogon = FALSE;  // the screen returns to the tile it came from
+        credential.SetSelected(&autoLogon);
+    }
+}
+
+}  // namespace kelvor::simulator

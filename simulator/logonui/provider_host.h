@@ -1,0 +1,102 @@
+#pragma once
+
+#include <windows.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "com_ref.h"
+#include "credential_provider.h"
+#include "logonui/call_record.h"
+#include "logonui/message_loop.h"
+#include "logonui/serialization.h"
+#include "logonui/tile_model.h"
+#include "logonui/user_array.h"
+#include "secret.h"
+
+namespace kelvor::simulator {
+
+// What LSA said of a credential.
+struct LogonResult {
+    NTSTATUS status = 0;
+    NTSTATUS substatus = 0;
+};
+
+// What the host tells of the provider's doings. All on the loop's thread but TileChanged, which
+// comes on whatever thread the provider used.
+struct HostObserver {
+    std::function<void()> tileChanged;
+    std::function<void()> credentialsChanged;  // after the event, before the tiles are listed anew
+    std::function<LogonResult(const Serialization&)> logon;
+};
+
+// Plays the sign-in screen's part towards one credential provider, in the order in which the real
+// one calls. Every call is made on the loop's thread, which must be in a single-threaded
+// apartment. Failures of the provider that the screen cannot live with are std::runtime_error.
+class ProviderHost {
+ public:
+    ProviderHost(MessageLoop& loop, HostObserver observer);
+    ProviderHost(const ProviderHost&) = delete;
+    ProviderHost& operator=(const ProviderHost&) = delete;
+    // Ends what Stop has not.
+    ~ProviderHost();
+
+    // Creates the provider through COM and returns the module that serves it, so that its imports
+    // can be replaced before it is used.
+    HMODULE Activate();
+    // Scenario, users, event sink, field descriptors, tiles.
+    void Start(CREDENTIAL_PROVIDER_USAGE_SCENARIO scenario, const std::vector<ScreenUser>& users);
+    // Deselects, un-advises and releases everything. The module stays loaded until COM frees it.
+    void Stop();
+
+    std::size_t TileCount() const noexcept { return tiles_.size(); }
+    TileModel& Model(std::size_t index) { return *tiles_.at(index).model; }
+    // The selected tile's index; TileCount() when none is.
+    std::size_t Selected() const noexcept { return selected_; }
+    bool HasSelection() const noexcept { return selected_ < tiles_.size(); }
+    const CallRecord& Calls() const noexcept { return *record_; }
+
+    void Select(std::size_t index);
+    void Deselect();
+    // Types into the selected tile's password field, replacing what was there; false when it
+    // shows none. `text` is left for its owner to wipe.
+    bool Type(const Secret<wchar_t>& text);
+    // Chooses a row of the selected tile's combo box; false when it refuses.
+    bool ChooseRow(DWORD row);
+    // Presses the submit button. A credential that comes back at once goes to LSA at once; one
+    // that comes later does when the provider raises CredentialsChanged.
+    void Click();
+    // Whether the selected tile shows its submit button.
+    bool CanClick() const;
+
+ private:
+    struct HostedTile {
+        ComRef<ICredentialProviderCredential> credential;
+        std::shared_ptr<TileModel> model;
+    };
+
+    void ReadDescriptors();
+    // Lists the tiles; returns the default tile's index, or the count when there is none.
+    std::size_t ListTiles(bool& autoLogon);
+    HostedTile MakeTile(DWORD index);
+    void ReadFields(ICredentialProviderCredential& credential, TileModel& model);
+    void ReadComboBox(ICredentialProviderCredential& credential, DWORD id, TileField& field);
+    void ReleaseTiles();
+    void OnCredentialsChanged();
+    void Report(ICredentialProviderCredential& credential, TileModel& model,
+                const Serialization& serialization);
+
+    MessageLoop& loop_;
+    const HostObserver observer_;
+    const std::shared_ptr<CallRecord> record_ = std::make_shared<CallRecord>();
+    ComRef<ICredentialProvider> provider_;
+    std::vector<TileField> descriptors_;
+    std::vector<std::shared_ptr<TileModel>> models_;  // by index; kept when tiles are listed anew
+    std::vector<HostedTile> tiles_;
+    std::size_t selected_ = 0;
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);  // cleared on the loop's thread
+};
+
+}  // namespace kelvor::simulator

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string_view>
+
+#include "lock.h"
+
+namespace kelvor::simulator {
+
+// What the host shows: UTF-8 on the standard output, whole lines, from any thread. Times are
+// milliseconds since the transcript began.
+class Transcript {
+ public:
+    // `quiet` keeps everything to itself.
+    explicit Transcript(bool quiet = false);
+    Transcript(const Transcript&) = delete;
+    Transcript& operator=(const Transcript&) = delete;
+
+    // One line as it is, without a time.
+    void Line(std::string_view text);
+    // One line with the time before it.
+    void Event(std::string_view text) { EventAt(ElapsedMs(), text); }
+    void EventAt(ULONGLONG elapsedMs, std::string_view text);
+    // A heading between two stretches of the transcript.
+    void Heading(std::string_view text);
+    // Text that the user's answer follows on the same line.
+    void Prompt(std::string_view text);
+
+    ULONGLONG ElapsedMs() const noexcept { return GetTickCount64() - startTick_; }
+
+ private:
+    void Write(std::string_view text);
+
+    const bool quiet_;
+    const ULONGLONG startTick_;
+    Lock lock_;  // lines of different threads do not mix
+};
+
+}  // namespace kelvor::simulator
