@@ -87,7 +87,8 @@ class UserArray final : public ComObject<ICredentialProviderUserArray> {
         if (index >= listed_.size()) {
             return E_INVALIDARG;
         }
-        *user = ComRef<ICredentialProviderUser>(listed_[index]).Detach();
+        *user = listed_[index].Get();
+        (*user)->AddRef();
         return S_OK;
     }
 

@@ -1,0 +1,132 @@
+#include "logonui/step.h"
+
+#include <charconv>
+
+namespace kelvor::simulator {
+namespace {
+
+enum class Argument { kNone, kNumber, kWord, kQuoted };
+
+struct StepRow {
+    std::string_view words;
+    Argument argument;
+    StepKind kind;
+    const char* help;  // null for another spelling of the row above
+};
+
+// A line goes to the first row whose words it begins with, so longer ones stand first.
+constexpr StepRow kSteps[] = {
+    {"tiles", Argument::kNone, StepKind::kShowTiles, "tiles                 list the tiles"},
+    {"select tile", Argument::kNumber, StepKind::kSelectTile, nullptr},
+    {"select", Argument::kNumber, StepKind::kSelectTile, "select N              select tile N"},
+    {"deselect", Argument::kNone, StepKind::kDeselect, "deselect              leave the tile"},
+    {"insert key nfc", Argument::kNone, StepKind::kInsertKeyNfc, nullptr},
+    {"insert key", Argument::kNone, StepKind::kInsertKey, nullptr},
+    {"insert nfc", Argument::kNone, StepKind::kInsertKeyNfc,
+     "insert nfc            lay the key on the NFC reader"},
+    {"insert", Argument::kNone, StepKind::kInsertKey, "insert                plug the key in"},
+    {"remove key", Argument::kNone, StepKind::kRemoveKey, nullptr},
+    {"remove", Argument::kNone, StepKind::kRemoveKey, "remove                take the key away"},
+    {"type PIN", Argument::kWord, StepKind::kTypePin, nullptr},
+    {"pin", Argument::kNone, StepKind::kAskPin, "pin                   type the PIN, unseen"},
+    {"pin", Argument::kWord, StepKind::kTypePin, "pin DIGITS            type the PIN"},
+    {"choose row", Argument::kNumber, StepKind::kChooseRow, nullptr},
+    {"choose", Argument::kNumber, StepKind::kChooseRow, "choose N              choose account row N"},
+    {"click", Argument::kNone, StepKind::kClick, "click                 click Sign In"},
+    {"touch", Argument::kNone, StepKind::kTouch, "touch                 touch the key"},
+    {"start service", Argument::kNone, StepKind::kStartService,
+     "start service         start the card service"},
+    {"kill service before exchange", Argument::kNumber, StepKind::kKillServiceBefore, nullptr},
+    {"kill service during exchange", Argument::kNumber, StepKind::kKillServiceDuring, nullptr},
+    {"kill service after exchange", Argument::kNumber, StepKind::kKillServiceAfter,
+     "kill service before|during|after exchange N   kill it when exchange N, from now, gets there"},
+    {"kill service", Argument::kNone, StepKind::kKillService,
+     "kill service          kill the card service now"},
+    {"expect tiles", Argument::kNumber, StepKind::kExpectTiles, nullptr},
+    {"wait for status", Argument::kQuoted, StepKind::kExpectStatus, nullptr},
+    {"expect status", Argument::kQuoted, StepKind::kExpectStatus,
+     "expect status \"TEXT\"  wait until the status line has shown TEXT"},
+    {"expect logon", Argument::kWord, StepKind::kExpectLogon,
+     "expect logon accepted | refused STATUS   wait for LSA's answer"},
+    {"expect no log", Argument::kQuoted, StepKind::kExpectNoLog, nullptr},
+    {"expect log", Argument::kQuoted, StepKind::kExpectLog,
+     "expect log \"TEXT\"     wait until a line of the log contains TEXT"},
+    {"expect gate", Argument::kWord, StepKind::kExpectGate,
+     "expect gate open | closed                whether the card signs"},
+    {"expect no button", Argument::kNone, StepKind::kExpectNoButton, nullptr},
+    {"expect button", Argument::kNone, StepKind::kExpectButton,
+     "expect [no] button    wait until Sign In is (not) offered"},
+    {"calls", Argument::kNone, StepKind::kShowCalls,
+     "calls                 the provider's calls into this screen"},
+    {"log", Argument::kNone, StepKind::kShowLog, "log                   the module's log"},
+    {"help", Argument::kNone, StepKind::kHelp, "help                  this list"},
+    {"quit", Argument::kNone, StepKind::kQuit, "quit                  leave the screen"},
+};
+
+std::string_view Trim(std::string_view text)
+{
+    const std::size_t from = text.find_first_not_of(" \t\r");
+    return from == std::string_view::npos
+               ? std::string_view()
+               : text.substr(from, text.find_last_not_of(" \t\r") + 1 - from);
+}
+
+bool ParseArgument(Argument kind, std::string_view rest, Step& step)
+{
+    switch (kind) {
+        case Argument::kNone:
+            return rest.empty();
+        case Argument::kNumber: {
+            const auto [end, error] =
+                std::from_chars(rest.data(), rest.data() + rest.size(), step.number);
+            return error == std::errc() && end == rest.data() + rest.size() && step.number > 0;
+        }
+        case Argument::kWord:
+            step.text = rest;
+            return !rest.empty();
+        case Argument::kQuoted:
+            // A text may hold quotes itself: the outermost ones count.
+            if (rest.size() < 2 || rest.front() != '"' || rest.back() != '"') {
+                return false;
+            }
+            step.text = rest.substr(1, rest.size() - 2);
+            return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+std::optional<Step> ParseStep(std::string_view line, std::string& problem)
+{
+    problem = "not a command of this screen";
+    const std::string_view trimmed = Trim(line);
+    for (const StepRow& row : kSteps) {
+        const bool begins = trimmed.substr(0, row.words.size()) == row.words;
+        const std::string_view tail = begins ? trimmed.substr(row.words.size()) : trimmed;
+        if (!begins || (!tail.empty() && tail.front() != ' ')) {
+            continue;
+        }
+        Step step;
+        step.kind = row.kind;
+        if (ParseArgument(row.argument, Trim(tail), step)) {
+            problem.clear();
+            return step;
+        }
+        problem = "the words after '" + std::string(row.words) + "' are not understood";
+    }
+    return std::nullopt;
+}
+
+std::vector<std::string> DescribeSteps()
+{
+    std::vector<std::string> lines;
+    for (const StepRow& row : kSteps) {
+        if (row.help != nullptr) {
+            lines.emplace_back(row.help);
+        }
+    }
+    return lines;
+}
+
+}  // namespace kelvor::simulator
