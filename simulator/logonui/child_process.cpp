@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "logonui/unicode_text.h"
+#include "text/utf8.h"
 
 namespace kelvor::simulator {
 namespace {

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "logonui/com_object.h"
-#include "logonui/unicode_text.h"
+#include "text/utf8.h"
 
 namespace kelvor::simulator {
 namespace {

@@ -32,6 +32,9 @@ bool MessageLoop::RunUntil(const std::function<bool()>& done, DWORD timeoutMs)
         if (done()) {
             return true;
         }
+        if (idle_) {
+            idle_();
+        }
         const ULONGLONG now = GetTickCount64();
         if (now >= deadline) {
             return false;

@@ -4,6 +4,7 @@
 
 #include <deque>
 #include <functional>
+#include <utility>
 
 #include "handle.h"
 #include "lock.h"
@@ -24,6 +25,10 @@ class MessageLoop {
     // Has the loop's thread look at its condition again. Any thread.
     void Wake() noexcept { SetEvent(wake_.Get()); }
 
+    // Has `idle` run on the loop's thread whenever there is nothing left to do for the moment, at
+    // least every 50 ms while the loop runs.
+    void SetIdle(std::function<void()> idle) { idle_ = std::move(idle); }
+
     // Runs tasks and window messages until `done` answers true; false when `timeoutMs` passed
     // first. `done` is asked after each task and message and every 50 ms besides, for conditions
     // that nobody signals (a file that grows). Loop thread only.
@@ -33,6 +38,7 @@ class MessageLoop {
     void RunPending();
 
     UniqueKernelObject wake_;
+    std::function<void()> idle_;
     Lock lock_;
     std::deque<std::function<void()>> tasks_;  // under lock_
 };

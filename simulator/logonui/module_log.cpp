@@ -5,7 +5,6 @@
 #include <string_view>
 
 #include "handle.h"
-#include "logonui/unicode_text.h"
 
 namespace kelvor::simulator {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "logonui/event_sinks.h"
 #include "logonui/provider_class.h"
-#include "logonui/unicode_text.h"
+#include "logonui/console_text.h"
 
 namespace kelvor::simulator {
 namespace {
@@ -247,7 +247,7 @@ ProviderHost::HostedTile ProviderHost::MakeTile(DWORD index)
     HostedTile hosted;
     Require(provider_->GetCredentialAt(index, hosted.credential.Receive()), "GetCredentialAt");
     if (index >= models_.size()) {
-        models_.push_back(std::make_shared<TileModel>(observer_.tileChanged));
+        models_.push_back(std::make_shared<TileModel>(observer_.tile));
     }
     hosted.model = models_[index];
     hosted.model->Change([&](Tile& tile) {
@@ -262,6 +262,7 @@ ProviderHost::HostedTile ProviderHost::MakeTile(DWORD index)
             IID_ICredentialProviderCredential2, reinterpret_cast<void**>(withUser.Receive())))) {
         TaskString sid;
         withUser->GetUserSid(sid.Receive());
+        hosted.userSid = sid ? sid.Get() : L"";
     }
     return hosted;
 }
@@ -359,6 +360,7 @@ void ProviderHost::Report(ICredentialProviderCredential& credential, TileModel& 
     if (text) {
         model.Change([&](Tile& tile) { tile.icon = icon; });
     }
+    observer_.reported(result);
     if (result.status != 0) {
         BOOL autoLogon = FALSE;  // the screen returns to the tile it came from
         credential.SetSelected(&autoLogon);

@@ -24,12 +24,13 @@ struct LogonResult {
     NTSTATUS substatus = 0;
 };
 
-// What the host tells of the provider's doings. All on the loop's thread but TileChanged, which
-// comes on whatever thread the provider used.
+// What the host tells of the provider's doings, on the loop's thread; but of the tiles on whatever
+// thread the provider changed them.
 struct HostObserver {
-    std::function<void()> tileChanged;
-    std::function<void()> credentialsChanged;  // after the event, before the tiles are listed anew
+    TileObserver tile;
+    std::function<void()> credentialsChanged;  // the tiles are about to be listed anew
     std::function<LogonResult(const Serialization&)> logon;
+    std::function<void(const LogonResult&)> reported;  // the provider has been told the result
 };
 
 // Plays the sign-in screen's part towards one credential provider, in the order in which the real
@@ -53,6 +54,8 @@ class ProviderHost {
 
     std::size_t TileCount() const noexcept { return tiles_.size(); }
     TileModel& Model(std::size_t index) { return *tiles_.at(index).model; }
+    // The user whom a tile says it belongs to; empty when it names none.
+    const std::wstring& UserSid(std::size_t index) const { return tiles_.at(index).userSid; }
     // The selected tile's index; TileCount() when none is.
     std::size_t Selected() const noexcept { return selected_; }
     bool HasSelection() const noexcept { return selected_ < tiles_.size(); }
@@ -75,6 +78,7 @@ class ProviderHost {
     struct HostedTile {
         ComRef<ICredentialProviderCredential> credential;
         std::shared_ptr<TileModel> model;
+        std::wstring userSid;
     };
 
     void ReadDescriptors();

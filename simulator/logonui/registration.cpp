@@ -6,7 +6,7 @@
 
 #include "handle.h"
 #include "logonui/provider_class.h"
-#include "logonui/unicode_text.h"
+#include "text/utf8.h"
 
 namespace kelvor::simulator {
 namespace {

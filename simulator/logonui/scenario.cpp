@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "handle.h"
-#include "logonui/unicode_text.h"
+#include "text/utf8.h"
 
 namespace kelvor::simulator {
 namespace {
@@ -66,14 +66,14 @@ Scenario Scenario::Load(const std::wstring& path)
         throw std::runtime_error(ToUtf8(path) + ":1: a scenario begins with '# ' and a sentence");
     }
     scenario.description_ = first.substr(2);
-    const char* const worldBegin = rest.data();
     unsigned number = 1;
     bool inSteps = false;
     while (!rest.empty()) {
         const std::string_view line = TakeLine(rest);
         ++number;
         if (!inSteps && line == kStepsHeading) {
-            scenario.world_ = {worldBegin, static_cast<std::size_t>(line.data() - worldBegin)};
+            const char* const begin = scenario.text_.CStr();
+            scenario.world_ = {begin, static_cast<std::size_t>(line.data() - begin)};
             inSteps = true;
             continue;
         }

@@ -25,7 +25,7 @@ class Scenario {
     static Scenario Load(const std::wstring& path);
 
     const std::string& Description() const noexcept { return description_; }
-    // The world's part of the file.
+    // The world's part of the file: what stands before the steps.
     std::string_view World() const noexcept { return world_; }
     const std::vector<Line>& Lines() const noexcept { return lines_; }
     // Overwrites the secret of a step that has been carried out.

@@ -21,7 +21,7 @@ std::optional<DWORD> Tile::FindLabel(std::wstring_view label) const
     return std::nullopt;
 }
 
-TileModel::TileModel(Observer changed) : changed_(std::move(changed)) {}
+TileModel::TileModel(TileObserver observer) : observer_(std::move(observer)) {}
 
 Tile TileModel::Snapshot() const
 {
@@ -36,7 +36,7 @@ std::vector<StatusChange> TileModel::StatusHistory() const
 void TileModel::Change(const std::function<void(Tile&)>& change)
 {
     lock_.With([&] { change(tile_); });
-    changed_();
+    observer_.changed();
 }
 
 bool TileModel::ChangeField(DWORD fieldId, const std::function<void(TileField&)>& change)
@@ -49,21 +49,26 @@ bool TileModel::ChangeField(DWORD fieldId, const std::function<void(TileField&)>
         return true;
     });
     if (known) {
-        changed_();
+        observer_.changed();
     }
     return known;
 }
 
 bool TileModel::SetText(DWORD fieldId, const wchar_t* text)
 {
-    const std::wstring value = text != nullptr ? text : L"";
+    const StatusChange shown{GetTickCount64(), GetCurrentThreadId(), text != nullptr ? text : L""};
+    bool isStatus = false;
     const bool known = ChangeField(fieldId, [&](TileField& field) {
-        field.text = value;
+        field.text = shown.text;
         field.typedChars = 0;
-        if (field.label == kStatusLabel) {
-            history_.push_back({GetTickCount64(), GetCurrentThreadId(), value});
+        isStatus = field.label == kStatusLabel;
+        if (isStatus) {
+            history_.push_back(shown);
         }
     });
+    if (isStatus) {
+        observer_.statusShown(shown);
+    }
     return known;
 }
 

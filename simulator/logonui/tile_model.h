@@ -51,12 +51,17 @@ struct StatusChange {
     std::wstring text;
 };
 
+// Who is told of a tile's changes, on the thread that made them.
+struct TileObserver {
+    std::function<void()> changed;
+    std::function<void(const StatusChange&)> statusShown;
+};
+
 // A tile that several threads change: the provider's sinks on any of its threads, the host on its
-// own. Each change is told to the observer, on the thread that made it and outside the lock.
+// own. The observer is called outside the lock.
 class TileModel {
  public:
-    using Observer = std::function<void()>;
-    explicit TileModel(Observer changed);
+    explicit TileModel(TileObserver observer);
     TileModel(const TileModel&) = delete;
     TileModel& operator=(const TileModel&) = delete;
 
@@ -73,7 +78,7 @@ class TileModel {
     bool SetText(DWORD fieldId, const wchar_t* text);
 
  private:
-    const Observer changed_;
+    const TileObserver observer_;
     Lock lock_;
     Tile tile_;                          // under lock_
     std::vector<StatusChange> history_;  // under lock_

@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-#include "logonui/unicode_text.h"
+#include "logonui/console_text.h"
+#include "text/utf8.h"
 
 namespace kelvor::simulator {
 namespace {

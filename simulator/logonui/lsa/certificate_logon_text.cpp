@@ -1,5 +1,6 @@
 #include "logonui/lsa/certificate_logon.h"
-#include "logonui/unicode_text.h"
+#include "logonui/console_text.h"
+#include "text/utf8.h"
 
 namespace kelvor::simulator {
 namespace {

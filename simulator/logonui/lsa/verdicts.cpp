@@ -4,7 +4,7 @@
 #include <iterator>
 #include <stdexcept>
 
-#include "logonui/unicode_text.h"
+#include "logonui/console_text.h"
 
 namespace kelvor::simulator {
 namespace {

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <windows.h>
+
+#include <functional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "cardservice/reader_client.h"
+#include "logonui/lsa/card_certificate.h"
+#include "logonui/lsa/certificate_logon.h"
+#include "logonui/lsa/verdicts.h"
+#include "world/world.h"
+
+namespace kelvor::simulator {
+
+// Plays the local security authority and the domain controller behind it: takes the logon buffer
+// apart, finds the card, the reader, the container and the provider that it names, has the card
+// sign a fresh nonce, and judges the certificate and the account as a domain controller does.
+// Believes nothing of the module under test.
+class Authority {
+ public:
+    // `say` gets each finding as a line of text.
+    Authority(const World& world, std::function<DomainTrust()> trust,
+              std::function<void(const std::string&)> say);
+
+    // The NTSTATUS of the logon. Blocks as long as the world wants it to.
+    NTSTATUS LogOn(std::span<const unsigned char> buffer, ULONG package);
+
+    // Has the card sign a fresh nonce; false, having said why, when it does not.
+    bool CardSigns();
+
+ private:
+    Verdict Judge(const CertificateLogon& logon);
+    // Finds what the buffer's card block names.
+    Verdict FindCard(const CardReference& reference, CardInReader& card);
+    Verdict SignNonce(const CERT_CONTEXT& certificate);
+    Verdict JudgeCertificate(const CERT_CONTEXT& certificate);
+    Verdict JudgeAccount(const CERT_CONTEXT& certificate, const CertificateLogon& logon);
+    bool KnowsAccount(const std::wstring& upn) const;
+    // The UPN that a domain and a user name of the buffer mean.
+    std::wstring UpnOf(const std::wstring& domain, const std::wstring& user) const;
+
+    const World& world_;
+    const std::function<DomainTrust()> trust_;
+    const std::function<void(const std::string&)> say_;
+};
+
+}  // namespace kelvor::simulator

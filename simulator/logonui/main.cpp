@@ -1,0 +1,128 @@
+#include <windows.h>
+
+#include <objbase.h>
+#include <shellapi.h>
+
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "logonui/options.h"
+#include "logonui/prompt.h"
+#include "logonui/registration.h"
+#include "logonui/scenario.h"
+#include "logonui/session.h"
+#include "logonui/state_folder.h"
+#include "logonui/step_runner.h"
+#include "logonui/transcript.h"
+#include "text/utf8.h"
+
+namespace kelvor::simulator {
+namespace {
+
+enum ExitStatus : int { kAsExpected = 0, kDifferent = 1, kWrongUsage = 2, kFailed = 3 };
+
+// Longer than anything that the module or a world waits for by itself.
+constexpr DWORD kScenarioPatienceMs = 60'000;
+// A person can try again.
+constexpr DWORD kPromptPatienceMs = 5'000;
+
+constexpr wchar_t kWorldVariable[] = L"KELVOR_WORLD";
+constexpr wchar_t kStateVariable[] = L"KELVOR_WORLD_STATE";
+
+std::vector<std::wstring> Arguments()
+{
+    int count = 0;
+    LPWSTR* const list = CommandLineToArgvW(GetCommandLineW(), &count);
+    const std::vector<std::wstring> arguments(list + 1, list + count);
+    LocalFree(list);
+    return arguments;
+}
+
+World MakeWorld(const Options& options, const std::optional<Scenario>& scenario,
+                const StateFolder& state)
+{
+    // The key and the card service read the same file: this process only needs what is in it.
+    std::wstring path = options.world;
+    if (path.empty()) {
+        path = state.Write(L"world.ini", scenario ? scenario->World() : std::string_view());
+    }
+    SetEnvironmentVariableW(kWorldVariable, path.c_str());
+    SetEnvironmentVariableW(kStateVariable, state.Path().c_str());
+    World world = scenario ? ParseWorld(scenario->World(), ToUtf8(options.script))
+                           : LoadWorld(path);
+    world.key.pin.Clear();  // the user's secret, which the screen has no business with
+    return world;
+}
+
+int Play(const Options& options)
+{
+    std::optional<Scenario> scenario;
+    if (!options.script.empty()) {
+        scenario = Scenario::Load(options.script);
+    }
+    const StateFolder state(options.state);
+    World world = MakeWorld(options, scenario, state);
+    Transcript transcript(options.quiet);
+    if (scenario) {
+        transcript.Line(scenario->Description());
+    }
+    const DWORD patienceMs = scenario ? kScenarioPatienceMs : kPromptPatienceMs;
+    // Never destroyed; see Session.
+    Session& session = *new Session(std::move(world),
+                                    {state.Path(), options.withService, patienceMs}, transcript);
+    session.Begin();
+    bool asExpected = true;
+    if (scenario) {
+        asExpected = RunScenario(session, *scenario, ToUtf8(options.script), transcript);
+    } else {
+        RunPrompt(session, transcript);
+    }
+    session.End();
+    session.ShowLog();
+    if (scenario) {
+        transcript.Heading(asExpected ? "ended as the scenario says"
+                                      : "did NOT end as the scenario says");
+    }
+    return asExpected ? kAsExpected : kDifferent;
+}
+
+int Run()
+{
+    try {
+        const Options options = ParseOptions(Arguments());
+        if (options.help) {
+            std::fputs(Usage(), stdout);
+            return kAsExpected;
+        }
+        if (!options.registerModule.empty()) {
+            RegisterProvider(options.registerModule);
+            return kAsExpected;
+        }
+        if (options.unregister) {
+            UnregisterProvider();
+            return kAsExpected;
+        }
+        return Play(options);
+    } catch (const UsageError& error) {
+        std::fprintf(stderr, "KelvorSimLogonUi: %s\n\n%s", error.what(), Usage());
+        return kWrongUsage;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "KelvorSimLogonUi: %s\n", error.what());
+        return kFailed;
+    }
+}
+
+}  // namespace
+}  // namespace kelvor::simulator
+
+int main()
+{
+    const HRESULT apartment = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    const int status = SUCCEEDED(apartment) ? kelvor::simulator::Run()
+                                            : kelvor::simulator::kFailed;
+    std::fflush(nullptr);
+    // Not through the end of main: threads of the module may still run in what stands around it.
+    ExitProcess(static_cast<UINT>(status));
+}

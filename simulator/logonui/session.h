@@ -1,0 +1,121 @@
+#pragma once
+
+#include <windows.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "lock.h"
+#include "logonui/attached_surroundings.h"
+#include "logonui/exchange_watch.h"
+#include "logonui/key_hands.h"
+#include "logonui/lsa/authority.h"
+#include "logonui/message_loop.h"
+#include "logonui/module_log.h"
+#include "logonui/provider_host.h"
+#include "logonui/screen_view.h"
+#include "logonui/service_control.h"
+#include "logonui/transcript.h"
+#include "world/world.h"
+
+namespace kelvor::simulator {
+
+struct SessionOptions {
+    std::wstring stateFolder;
+    bool withService = false;  // enrols, starts and stops the card service
+    DWORD patienceMs = 0;      // how long to wait for what ought to come
+};
+
+// One run of the sign-in screen: the provider, the world around it and LSA behind it. Everything
+// that a user can do is here, and everything that can be waited for. Loop's thread only, which is
+// the thread that made it, in a single-threaded apartment. Failures are std::runtime_error.
+//
+// A session is not destroyed: a thread of the module may still be inside a stand-in that takes its
+// time (a directory that never answers). It ends with its process, after End.
+class Session {
+ public:
+    Session(World world, SessionOptions options, Transcript& transcript);
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    // Up to the list of tiles.
+    void Begin();
+    // Leaves the screen, releases the provider, stops the service.
+    void End();
+
+    void ShowTiles();
+    void ShowCalls();
+    void ShowLog();
+
+    // What the user does; each waits until the screen allows it and answers what is wrong if it
+    // does not, else nothing.
+    using Trouble = std::optional<std::string>;
+    Trouble Select(unsigned tile);  // 1 for the first
+    Trouble Deselect();
+    Trouble InsertKey(bool nfc);
+    Trouble RemoveKey();
+    Trouble TypePin(const Secret<wchar_t>& pin);
+    Trouble ChooseRow(unsigned row);  // 1 for the first
+    Trouble Click();
+    Trouble Touch();
+
+    Trouble StartService();
+    Trouble KillService();
+    // Kills the service when the `ordinal`-th exchange from now gets to `stage`.
+    Trouble KillServiceAt(unsigned ordinal, ExchangeStage stage);
+
+    // What is to come; each waits a generous time for it.
+    Trouble ExpectTiles(unsigned count);
+    Trouble ExpectStatus(const std::wstring& text);
+    Trouble ExpectLogon(NTSTATUS status);
+    Trouble ExpectLog(const std::string& text, bool present);
+    Trouble ExpectGate(bool open);
+    Trouble ExpectButton(bool shown);
+
+    // LSA has accepted a credential: the screen is about to give way to the desktop.
+    bool SignedIn() const noexcept;
+    MessageLoop& Loop() noexcept { return loop_; }
+    ScreenView& View() noexcept { return view_; }
+
+ private:
+    struct Trap {
+        unsigned ordinal = 0;
+        ExchangeStage stage = ExchangeStage::kConnecting;
+    };
+
+    HostObserver MakeObserver();
+    LogonResult LogOn(const Serialization& serialization);
+    void OnReported(const LogonResult& result);
+    void OnExchange(const ExchangePoint& point);
+    void DrawSelected(bool now);
+    std::wstring OwnerOf(std::size_t tile) const;
+    DomainTrust ReadTrust() const;
+    bool WaitFor(const std::function<bool()>& done);
+    Trouble NotSelected() const;
+
+    const World world_;
+    const SessionOptions options_;
+    Transcript& transcript_;
+    MessageLoop loop_;
+    ScreenView view_;
+    ModuleLog log_;
+    Authority authority_;
+    ServiceControl service_;
+    ProviderHost host_;
+    std::optional<AttachedSurroundings> surroundings_;
+    std::optional<ExchangeWatch> exchanges_;
+    std::optional<KeyHands> key_;
+
+    std::vector<NTSTATUS> results_;  // of every logon so far
+    std::size_t expectedResults_ = 0;
+    std::size_t statusesSeen_ = 0;
+
+    Lock lock_;
+    std::vector<StatusChange> statuses_;  // under lock_: of every tile, in order
+    std::vector<Trap> traps_;             // under lock_
+    unsigned exchangesOver_ = 0;          // under lock_
+};
+
+}  // namespace kelvor::simulator
