@@ -46,7 +46,8 @@ ChildProcess::ChildProcess(const std::wstring& program, const std::wstring& argu
     : job_(MakeJob())
 {
     const File output = OpenOutput(outputPath);
-    std::wstring commandLine = L"\"" + program + L"\"" + (arguments.empty() ? L"" : L" ") + arguments;
+    std::wstring commandLine =
+        L"\"" + program + L"\"" + (arguments.empty() ? L"" : L" ") + arguments;
     std::vector<wchar_t> writable(commandLine.begin(), commandLine.end());
     writable.push_back(L'\0');
     STARTUPINFOW startup = {};

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "text/utf8.h"
+
 namespace kelvor::simulator {
 
 std::string Hex32(unsigned long value)
@@ -12,10 +14,18 @@ std::string Hex32(unsigned long value)
     return digits;
 }
 
+std::string Quoted(std::wstring_view text)
+{
+    std::string quoted(1, '\'');
+    quoted += ToUtf8(text);
+    quoted += '\'';
+    return quoted;
+}
+
 std::size_t CountColumns(std::string_view text) noexcept
 {
-    return static_cast<std::size_t>(std::count_if(
-        text.begin(), text.end(), [](char unit) { return (unit & 0xC0) != 0x80; }));
+    return static_cast<std::size_t>(
+        std::count_if(text.begin(), text.end(), [](char unit) { return (unit & 0xC0) != 0x80; }));
 }
 
 }  // namespace kelvor::simulator

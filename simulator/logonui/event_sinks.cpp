@@ -4,14 +4,14 @@
 #include <utility>
 
 #include "logonui/com_object.h"
-#include "text/utf8.h"
+#include "logonui/console_text.h"
 
 namespace kelvor::simulator {
 namespace {
 
-std::string Quoted(LPCWSTR text)
+std::string TextOrNull(LPCWSTR text)
 {
-    return text != nullptr ? "'" + ToUtf8(text) + "'" : "null";
+    return text != nullptr ? Quoted(text) : "null";
 }
 
 class TileEvents final : public ComObject<ICredentialProviderCredentialEvents2> {
@@ -36,13 +36,13 @@ class TileEvents final : public ComObject<ICredentialProviderCredentialEvents2> 
     }
     STDMETHODIMP SetFieldString(ICredentialProviderCredential*, DWORD id, LPCWSTR text) override
     {
-        Record("SetFieldString", id, Quoted(text));
+        Record("SetFieldString", id, TextOrNull(text));
         return model_->SetText(id, text) ? S_OK : E_INVALIDARG;
     }
     STDMETHODIMP SetFieldCheckbox(ICredentialProviderCredential*, DWORD id, BOOL checked,
                                   LPCWSTR label) override
     {
-        Record("SetFieldCheckbox", id, std::to_string(checked) + ", " + Quoted(label));
+        Record("SetFieldCheckbox", id, std::to_string(checked) + ", " + TextOrNull(label));
         return E_INVALIDARG;  // no tile of this screen has a check box
     }
     STDMETHODIMP SetFieldBitmap(ICredentialProviderCredential*, DWORD id, HBITMAP bitmap) override
@@ -72,7 +72,7 @@ class TileEvents final : public ComObject<ICredentialProviderCredentialEvents2> 
     STDMETHODIMP AppendFieldComboBoxItem(ICredentialProviderCredential*, DWORD id,
                                          LPCWSTR item) override
     {
-        return Apply("AppendFieldComboBoxItem", id, Quoted(item), [&](TileField& field) {
+        return Apply("AppendFieldComboBoxItem", id, TextOrNull(item), [&](TileField& field) {
             field.rows.emplace_back(item != nullptr ? item : L"");
         });
     }

@@ -53,8 +53,8 @@ void LineReader::SetEcho(bool echo) noexcept
     const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
     DWORD mode = 0;
     if (GetConsoleMode(input, &mode)) {
-        SetConsoleMode(input, echo ? mode | ENABLE_ECHO_INPUT
-                                   : mode & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
+        SetConsoleMode(
+            input, echo ? mode | ENABLE_ECHO_INPUT : mode & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
     }
 }
 

@@ -50,8 +50,8 @@ World MakeWorld(const Options& options, const std::optional<Scenario>& scenario,
     }
     SetEnvironmentVariableW(kWorldVariable, path.c_str());
     SetEnvironmentVariableW(kStateVariable, state.Path().c_str());
-    World world = scenario ? ParseWorld(scenario->World(), ToUtf8(options.script))
-                           : LoadWorld(path);
+    World world =
+        scenario ? ParseWorld(scenario->World(), ToUtf8(options.script)) : LoadWorld(path);
     world.key.pin.Clear();  // the user's secret, which the screen has no business with
     return world;
 }
@@ -70,8 +70,8 @@ int Play(const Options& options)
     }
     const DWORD patienceMs = scenario ? kScenarioPatienceMs : kPromptPatienceMs;
     // Never destroyed; see Session.
-    Session& session = *new Session(std::move(world),
-                                    {state.Path(), options.withService, patienceMs}, transcript);
+    Session& session =
+        *new Session(std::move(world), {state.Path(), options.withService, patienceMs}, transcript);
     session.Begin();
     bool asExpected = true;
     if (scenario) {
@@ -120,8 +120,7 @@ int Run()
 int main()
 {
     const HRESULT apartment = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-    const int status = SUCCEEDED(apartment) ? kelvor::simulator::Run()
-                                            : kelvor::simulator::kFailed;
+    const int status = SUCCEEDED(apartment) ? kelvor::simulator::Run() : kelvor::simulator::kFailed;
     std::fflush(nullptr);
     // Not through the end of main: threads of the module may still run in what stands around it.
     ExitProcess(static_cast<UINT>(status));

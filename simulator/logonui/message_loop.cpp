@@ -40,8 +40,7 @@ bool MessageLoop::RunUntil(const std::function<bool()>& done, DWORD timeoutMs)
             return false;
         }
         const HANDLE wake = wake_.Get();
-        MsgWaitForMultipleObjectsEx(1, &wake,
-                                    static_cast<DWORD>(std::min(deadline - now, kPollMs)),
+        MsgWaitForMultipleObjectsEx(1, &wake, static_cast<DWORD>(std::min(deadline - now, kPollMs)),
                                     QS_ALLINPUT, MWMO_INPUTAVAILABLE);
     }
 }

@@ -20,9 +20,7 @@ struct Input {
 
 class Prompt {
  public:
-    Prompt(Session& session, Transcript& transcript) : session_(session), transcript_(transcript)
-    {
-    }
+    Prompt(Session& session, Transcript& transcript) : session_(session), transcript_(transcript) {}
 
     void Run()
     {
@@ -50,9 +48,7 @@ class Prompt {
     std::shared_ptr<SecretText> NextLine()
     {
         session_.Loop().RunUntil(
-            [this] {
-                return !input_.lines.empty() || input_.ended || session_.SignedIn();
-            },
+            [this] { return !input_.lines.empty() || input_.ended || session_.SignedIn(); },
             INFINITE);
         if (input_.lines.empty()) {
             return nullptr;

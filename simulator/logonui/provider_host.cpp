@@ -3,9 +3,9 @@
 #include <stdexcept>
 #include <utility>
 
+#include "logonui/console_text.h"
 #include "logonui/event_sinks.h"
 #include "logonui/provider_class.h"
-#include "logonui/console_text.h"
 
 namespace kelvor::simulator {
 namespace {
@@ -25,9 +25,9 @@ HMODULE ModuleOf(IUnknown* object)
 {
     void* const* table = *reinterpret_cast<void* const* const*>(object);
     HMODULE module = nullptr;
-    if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
-                                GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                            static_cast<LPCWSTR>(table[0]), &module)) {
+    if (!GetModuleHandleExW(
+            GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+            static_cast<LPCWSTR>(table[0]), &module)) {
         throw std::runtime_error("the provider's class is not served by a module of this process");
     }
     return module;
@@ -63,9 +63,8 @@ void ProviderHost::Start(CREDENTIAL_PROVIDER_USAGE_SCENARIO scenario,
 {
     Require(provider_->SetUsageScenario(scenario, 0), "SetUsageScenario");
     ComRef<ICredentialProviderSetUserArray> userList;
-    if (SUCCEEDED(
-            provider_->QueryInterface(IID_ICredentialProviderSetUserArray,
-                                      reinterpret_cast<void**>(userList.Receive())))) {
+    if (SUCCEEDED(provider_->QueryInterface(IID_ICredentialProviderSetUserArray,
+                                            reinterpret_cast<void**>(userList.Receive())))) {
         Require(userList->SetUserArray(MakeUserArray(users).Get()), "SetUserArray");
     }
     const auto changed = [this, alive = alive_](UINT_PTR context) {
@@ -335,7 +334,7 @@ void ProviderHost::OnCredentialsChanged()
     bool autoLogon = false;
     const std::size_t preferred = ListTiles(autoLogon);
     const std::size_t next = preferred < tiles_.size() ? preferred
-                             : hadSelection           ? before
+                             : hadSelection            ? before
                                                        : tiles_.size();
     selected_ = tiles_.size();
     if (next >= tiles_.size()) {

@@ -19,10 +19,10 @@ struct RegistryKeyPolicy {
 using RegistryKey = Unique<RegistryKeyPolicy>;
 
 const std::wstring kClassPath = std::wstring(L"SOFTWARE\\Classes\\CLSID\\") + kProviderClassText;
-const std::wstring kListPath =
-    std::wstring(L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Authentication\\"
-                 L"Credential Providers\\") +
-    kProviderClassText;
+const std::wstring kListPath = std::wstring(
+                                   L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Authentication\\"
+                                   L"Credential Providers\\") +
+                               kProviderClassText;
 constexpr wchar_t kDescription[] = L"Kelvor FIDO AD logon credential provider";
 
 void WriteString(const std::wstring& path, const wchar_t* name, const std::wstring& value)
@@ -31,9 +31,9 @@ void WriteString(const std::wstring& path, const wchar_t* name, const std::wstri
     LSTATUS status = RegCreateKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, nullptr, 0, KEY_WRITE,
                                      nullptr, key.Receive(), nullptr);
     if (status == ERROR_SUCCESS) {
-        status = RegSetValueExW(key.Get(), name, 0, REG_SZ,
-                                reinterpret_cast<const BYTE*>(value.c_str()),
-                                static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t)));
+        status =
+            RegSetValueExW(key.Get(), name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value.c_str()),
+                           static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t)));
     }
     if (status != ERROR_SUCCESS) {
         throw std::runtime_error("cannot write HKLM\\" + ToUtf8(path) + " (error " +

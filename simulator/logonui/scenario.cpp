@@ -1,41 +1,15 @@
 #include "logonui/scenario.h"
 
-#include <windows.h>
-
 #include <stdexcept>
+#include <utility>
 
-#include "handle.h"
+#include "files/whole_file.h"
 #include "text/utf8.h"
 
 namespace kelvor::simulator {
 namespace {
 
-constexpr DWORD kLargestFileBytes = 1 << 20;
 constexpr std::string_view kStepsHeading = "[steps]";
-
-struct FilePolicy {
-    using Handle = HANDLE;
-    static Handle Empty() noexcept { return INVALID_HANDLE_VALUE; }
-    static void Close(Handle file) noexcept { CloseHandle(file); }
-};
-
-// Not through the C runtime, whose buffers would keep what was read.
-SecretText ReadWhole(const std::wstring& path)
-{
-    const Unique<FilePolicy> file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                              OPEN_EXISTING, 0, nullptr));
-    LARGE_INTEGER size = {};
-    if (!file || !GetFileSizeEx(file.Get(), &size) || size.QuadPart > kLargestFileBytes) {
-        throw std::runtime_error("cannot read the scenario " + ToUtf8(path));
-    }
-    SecretText text(static_cast<std::size_t>(size.QuadPart));
-    DWORD read = 0;
-    if (!ReadFile(file.Get(), text.Data(), static_cast<DWORD>(text.Size()), &read, nullptr) ||
-        read != text.Size()) {
-        throw std::runtime_error("cannot read the scenario " + ToUtf8(path));
-    }
-    return text;
-}
 
 std::string_view TakeLine(std::string_view& rest)
 {
@@ -59,7 +33,11 @@ bool IsBlankOrComment(std::string_view line)
 Scenario Scenario::Load(const std::wstring& path)
 {
     Scenario scenario;
-    scenario.text_ = ReadWhole(path);
+    auto text = ReadWholeFile(path);
+    if (!text) {
+        throw std::runtime_error("there is no scenario " + ToUtf8(path));
+    }
+    scenario.text_ = std::move(*text);
     std::string_view rest = scenario.text_.View();
     const std::string_view first = TakeLine(rest);
     if (first.substr(0, 2) != "# " || first.size() < 3) {

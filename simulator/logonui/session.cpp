@@ -17,8 +17,8 @@ std::vector<ScreenUser> UsersOf(const World& world)
     std::vector<ScreenUser> users;
     for (const UserWorld& user : world.users) {
         const bool local = user.provider == UserProvider::kLocal;
-        users.push_back({user.qualifiedName, user.sid,
-                         local ? Identity_LocalUserProvider : GUID_NULL});
+        users.push_back(
+            {user.qualifiedName, user.sid, local ? Identity_LocalUserProvider : GUID_NULL});
     }
     return users;
 }
@@ -70,9 +70,9 @@ void Session::ShowTiles()
 {
     for (std::size_t index = 0; index < host_.TileCount(); ++index) {
         const std::wstring owner = OwnerOf(index);
-        view_.Say("tile " , std::to_string(index + 1) + "  " +
-                                DrawTileSummary(host_.Model(index).Snapshot()) +
-                                (owner.empty() ? "" : "  (" + ToUtf8(owner) + ")"));
+        view_.Say("tile ", std::to_string(index + 1) + "  " +
+                               DrawTileSummary(host_.Model(index).Snapshot()) +
+                               (owner.empty() ? "" : "  (" + ToUtf8(owner) + ")"));
     }
 }
 

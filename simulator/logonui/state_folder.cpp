@@ -2,20 +2,11 @@
 
 #include <windows.h>
 
-#include <stdexcept>
-
+#include "files/whole_file.h"
 #include "handle.h"
-#include "text/utf8.h"
 
 namespace kelvor::simulator {
 namespace {
-
-struct FilePolicy {
-    using Handle = HANDLE;
-    static Handle Empty() noexcept { return INVALID_HANDLE_VALUE; }
-    static void Close(Handle file) noexcept { CloseHandle(file); }
-};
-using File = Unique<FilePolicy>;
 
 struct FindPolicy {
     using Handle = HANDLE;
@@ -54,9 +45,7 @@ void RemoveTree(const std::wstring& folder)
 StateFolder::StateFolder(const std::wstring& path)
     : path_(path.empty() ? FreshPath() : path), temporary_(path.empty())
 {
-    if (!CreateDirectoryW(path_.c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS) {
-        throw std::runtime_error("cannot make the folder " + ToUtf8(path_));
-    }
+    MakeFolder(path_);
 }
 
 StateFolder::~StateFolder()
@@ -69,13 +58,7 @@ StateFolder::~StateFolder()
 std::wstring StateFolder::Write(const wchar_t* name, std::string_view text) const
 {
     std::wstring path = path_ + L"\\" + name;
-    const File file(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                                FILE_ATTRIBUTE_NORMAL, nullptr));
-    DWORD written = 0;
-    if (!file || !WriteFile(file.Get(), text.data(), static_cast<DWORD>(text.size()), &written,
-                            nullptr)) {
-        throw std::runtime_error("cannot write " + ToUtf8(path));
-    }
+    ReplaceWholeFile(path, text);
     return path;
 }
 

@@ -26,7 +26,7 @@ Session::Trouble ExpectLogon(Session& session, std::string_view text)
     const bool isRefusal = text.substr(0, refused.size()) == refused;
     if (!ParseStatus(isRefusal ? text.substr(refused.size()) : text, status) ||
         isRefusal != (status != 0)) {
-        return "'" + std::string(text) + "' is neither 'accepted' nor 'refused STATUS'";
+        return "a logon is 'accepted' or 'refused STATUS'";
     }
     return session.ExpectLogon(status);
 }

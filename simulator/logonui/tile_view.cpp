@@ -97,13 +97,12 @@ void DrawComboBox(const TileField& field, const std::string& button,
                   std::vector<std::string>& lines)
 {
     lines.push_back(ToUtf8(field.label) + "  [ " +
-                    (field.selectedRow < field.rows.size()
-                         ? ToUtf8(field.rows[field.selectedRow])
-                         : std::string()) +
+                    (field.selectedRow < field.rows.size() ? ToUtf8(field.rows[field.selectedRow])
+                                                           : std::string()) +
                     " ▾ ]" + button);
     for (std::size_t row = 0; row < field.rows.size(); ++row) {
-        lines.push_back("    " + std::to_string(row + 1) + (row == field.selectedRow ? " › " : "   ") +
-                        ToUtf8(field.rows[row]));
+        lines.push_back("    " + std::to_string(row + 1) +
+                        (row == field.selectedRow ? " › " : "   ") + ToUtf8(field.rows[row]));
     }
 }
 
@@ -153,10 +152,9 @@ std::vector<std::string> DrawTile(const Tile& tile)
     while (!body.empty() && body.back().empty()) {
         body.pop_back();
     }
-    const bool image =
-        std::any_of(tile.fields.begin(), tile.fields.end(), [&](const TileField& field) {
-            return field.hasImage && field.Shown(tile.selected);
-        });
+    const bool image = std::any_of(
+        tile.fields.begin(), tile.fields.end(),
+        [&](const TileField& field) { return field.hasImage && field.Shown(tile.selected); });
     std::vector<std::string> lines{"╭" + Repeat("─", kWidth) + "╮"};
     for (std::size_t i = 0; i < body.size(); ++i) {
         lines.push_back(Framed((i == 0 && image ? " o─╖  " : "      ") + body[i]));

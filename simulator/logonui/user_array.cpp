@@ -44,8 +44,7 @@ class User final : public ComObject<ICredentialProviderUser> {
     static HRESULT Duplicate(const std::wstring& text, LPWSTR* copy)
     {
         *copy = nullptr;
-        return text.empty() ? HRESULT_FROM_WIN32(ERROR_NOT_FOUND)
-                            : SHStrDupW(text.c_str(), copy);
+        return text.empty() ? HRESULT_FROM_WIN32(ERROR_NOT_FOUND) : SHStrDupW(text.c_str(), copy);
     }
     bool Serves(REFIID iid) const noexcept override
     {
@@ -60,8 +59,8 @@ class UserArray final : public ComObject<ICredentialProviderUserArray> {
     explicit UserArray(const std::vector<ScreenUser>& users)
     {
         for (const ScreenUser& user : users) {
-            all_.push_back({user.identityProvider,
-                            ComRef<ICredentialProviderUser>::Adopt(new User(user))});
+            all_.push_back(
+                {user.identityProvider, ComRef<ICredentialProviderUser>::Adopt(new User(user))});
         }
         Filter(GUID_NULL);
     }

@@ -96,7 +96,8 @@ TEST_CASE("A logon buffer that is cut anywhere is refused")
     for (std::size_t size = 0; size < whole.size(); ++size) {
         CAPTURE(size);
         // Copied, so that a read past the end is a read past the allocation.
-        CHECK_FALSE(ProblemOf(Buffer(whole.begin(), whole.begin() + static_cast<long>(size))).empty());
+        CHECK_FALSE(
+            ProblemOf(Buffer(whole.begin(), whole.begin() + static_cast<long>(size))).empty());
     }
 }
 

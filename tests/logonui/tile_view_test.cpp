@@ -23,8 +23,7 @@ Tile SelectedTile()
     Tile tile;
     tile.selected = true;
     tile.fields = {Field(CPFT_LARGE_TEXT, L"Title", L"Sign in with a key"),
-                   Field(CPFT_PASSWORD_TEXT, L"PIN", L""),
-                   Field(CPFT_COMBOBOX, L"Account", L""),
+                   Field(CPFT_PASSWORD_TEXT, L"PIN", L""), Field(CPFT_COMBOBOX, L"Account", L""),
                    Field(CPFT_SUBMIT_BUTTON, L"Sign In", L"Sign In"),
                    Field(CPFT_SMALL_TEXT, kStatusLabel, L"Touch your key.")};
     tile.fields[2].state = CPFS_HIDDEN;
@@ -82,8 +81,9 @@ TEST_CASE("The status line carries its icon")
 TEST_CASE("Every line of a tile ends in the same column, however long its texts are")
 {
     Tile tile = SelectedTile();
-    tile.fields[4].text = L"Contacting the domain… this is taking longer than usual. Check this "
-                          L"PC's network or VPN connection.";
+    tile.fields[4].text =
+        L"Contacting the domain… this is taking longer than usual. Check this "
+        L"PC's network or VPN connection.";
     for (const std::string& line : DrawTile(tile)) {
         std::size_t columns = 0;
         for (const char unit : line) {

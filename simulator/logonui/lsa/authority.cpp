@@ -6,8 +6,9 @@
 #include <array>
 #include <utility>
 
-#include "text/utf8.h"
+#include "logonui/console_text.h"
 #include "surroundings/smart_card_csp.h"
+#include "text/utf8.h"
 
 namespace kelvor::simulator {
 namespace {
@@ -20,11 +21,6 @@ std::array<unsigned char, 32> FreshNonce()
     BCryptGenRandom(nullptr, nonce.data(), static_cast<ULONG>(nonce.size()),
                     BCRYPT_USE_SYSTEM_PREFERRED_RNG);
     return nonce;
-}
-
-std::string Quoted(const std::wstring& text)
-{
-    return "'" + ToUtf8(text) + "'";
 }
 
 }  // namespace
@@ -188,13 +184,11 @@ bool Authority::KnowsAccount(const std::wstring& upn) const
 {
     const auto is = [&](const std::wstring& account) { return EqualIgnoringCase(account, upn); };
     const bool ofCredential = std::ranges::any_of(
-        world_.credentials,
-        [&](const CredentialWorld& credential) { return is(credential.upn); });
+        world_.credentials, [&](const CredentialWorld& credential) { return is(credential.upn); });
     return ofCredential || std::ranges::any_of(world_.users, [&](const UserWorld& user) {
                const std::size_t slash = user.qualifiedName.find(L'\\');
                return user.provider == UserProvider::kOther && slash != std::wstring::npos &&
-                      is(user.qualifiedName.substr(slash + 1) + L"@" +
-                         world_.directory.upnSuffix);
+                      is(user.qualifiedName.substr(slash + 1) + L"@" + world_.directory.upnSuffix);
            });
 }
 
@@ -205,8 +199,8 @@ std::wstring Authority::UpnOf(const std::wstring& domain, const std::wstring& us
     }
     // A name without dots is a NetBIOS name: one of those that the users at the screen carry.
     const bool ofScreen = std::ranges::any_of(world_.users, [&](const UserWorld& known) {
-        return EqualIgnoringCase(
-            known.qualifiedName.substr(0, known.qualifiedName.find(L'\\')), domain);
+        return EqualIgnoringCase(known.qualifiedName.substr(0, known.qualifiedName.find(L'\\')),
+                                 domain);
     });
     return user + L"@" + (ofScreen ? world_.directory.upnSuffix : domain);
 }

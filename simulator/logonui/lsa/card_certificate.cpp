@@ -112,10 +112,9 @@ bool IssuedBy(const CERT_CONTEXT& certificate, std::span<const unsigned char> au
     return CertCompareCertificateName(X509_ASN_ENCODING, &subject.pCertInfo->Issuer,
                                       &signer.pCertInfo->Subject) &&
            ValidNow(signer) &&
-           CryptVerifyCertificateSignatureEx(0, X509_ASN_ENCODING,
-                                             CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, &subject,
-                                             CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT, &signer, 0,
-                                             nullptr);
+           CryptVerifyCertificateSignatureEx(
+               0, X509_ASN_ENCODING, CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, &subject,
+               CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT, &signer, 0, nullptr);
 }
 
 bool ValidNow(const CERT_CONTEXT& certificate)
@@ -150,8 +149,7 @@ bool Revoked(const CERT_CONTEXT& certificate, const DomainTrust& trust)
 bool Verifies(const CERT_CONTEXT& certificate, std::span<const unsigned char> hash,
               std::span<const unsigned char> signature)
 {
-    std::vector<unsigned char> blob =
-        RsaPublicBlob(certificate.pCertInfo->SubjectPublicKeyInfo);
+    std::vector<unsigned char> blob = RsaPublicBlob(certificate.pCertInfo->SubjectPublicKeyInfo);
     Unique<AlgorithmPolicy> algorithm;
     Unique<KeyPolicy> key;
     if (blob.empty() ||

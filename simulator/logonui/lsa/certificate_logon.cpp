@@ -50,8 +50,8 @@ class Bytes {
         if (offset > bytes_.size() || sizeBytes > bytes_.size() - offset) {
             throw Malformed(std::string(what) + " reaches past its end");
         }
-        return Bytes(bytes_.subspan(static_cast<std::size_t>(offset),
-                                    static_cast<std::size_t>(sizeBytes)));
+        return Bytes(
+            bytes_.subspan(static_cast<std::size_t>(offset), static_cast<std::size_t>(sizeBytes)));
     }
     std::wstring Text() const
     {
@@ -93,9 +93,8 @@ std::wstring CardName(const Bytes& block, std::size_t index, const char* what)
     if (offsetChars >= areaChars) {
         throw Malformed(std::string(what) + " begins past the end of the card block");
     }
-    const Bytes area =
-        block.Part(kCardHeaderBytes + 2 * std::uint64_t{offsetChars},
-                   2 * (std::uint64_t{areaChars} - offsetChars), what);
+    const Bytes area = block.Part(kCardHeaderBytes + 2 * std::uint64_t{offsetChars},
+                                  2 * (std::uint64_t{areaChars} - offsetChars), what);
     const std::wstring rest = area.Text();
     const std::size_t end = rest.find(L'\0');
     if (end == std::wstring::npos) {

@@ -1,5 +1,5 @@
-#include "logonui/lsa/certificate_logon.h"
 #include "logonui/console_text.h"
+#include "logonui/lsa/certificate_logon.h"
 #include "text/utf8.h"
 
 namespace kelvor::simulator {
