@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "logonui/console_text.h"
-#include "logonui/lsa/domain_trust.h"
 #include "logonui/settings_writer.h"
 #include "logonui/tile_view.h"
 #include "text/utf8.h"
@@ -31,7 +30,7 @@ Session::Session(World world, SessionOptions options, Transcript& transcript)
       transcript_(transcript),
       view_(transcript),
       authority_(
-          world_, [this] { return ReadDomainTrust(options_.stateFolder); },
+          world_, options_.stateFolder,
           [this](const std::string& finding) { view_.Say("LSA", finding); }),
       service_(options_.stateFolder),
       host_(loop_, MakeObserver())

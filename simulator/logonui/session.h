@@ -11,7 +11,7 @@
 #include "logonui/attached_surroundings.h"
 #include "logonui/exchange_watch.h"
 #include "logonui/key_hands.h"
-#include "logonui/lsa/authority.h"
+#include "logonui/lsa/logon_authority.h"
 #include "logonui/message_loop.h"
 #include "logonui/module_log.h"
 #include "logonui/provider_host.h"
@@ -91,7 +91,6 @@ class Session {
     void OnExchange(const ExchangePoint& point);
     void DrawSelected(bool now);
     std::wstring OwnerOf(std::size_t tile) const;
-    DomainTrust ReadTrust() const;
     bool WaitFor(const std::function<bool()>& done);
     Trouble NotSelected() const;
 
@@ -101,7 +100,7 @@ class Session {
     MessageLoop loop_;
     ScreenView view_;
     ModuleLog log_;
-    Authority authority_;
+    LogonAuthority authority_;
     ServiceControl service_;
     ProviderHost host_;
     std::optional<AttachedSurroundings> surroundings_;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <vector>
 
 #include "text/utf8.h"
 
@@ -136,14 +137,6 @@ bool AllowsSmartCardLogon(const CERT_CONTEXT& certificate)
     const std::span<const LPSTR> names(usage->rgpszUsageIdentifier, usage->cUsageIdentifier);
     return std::ranges::any_of(
         names, [](const char* name) { return std::strcmp(name, kSmartCardLogonUsage) == 0; });
-}
-
-bool Revoked(const CERT_CONTEXT& certificate, const DomainTrust& trust)
-{
-    const CRYPT_INTEGER_BLOB& serial = certificate.pCertInfo->SerialNumber;
-    std::vector<unsigned char> bigEndian(serial.pbData, serial.pbData + serial.cbData);
-    std::ranges::reverse(bigEndian);
-    return std::ranges::find(trust.revoked, bigEndian) != trust.revoked.end();
 }
 
 bool Verifies(const CERT_CONTEXT& certificate, std::span<const unsigned char> hash,

@@ -6,7 +6,6 @@
 
 #include <span>
 #include <string>
-#include <vector>
 
 #include "handle.h"
 
@@ -18,13 +17,6 @@ struct CertificateContextPolicy {
     static void Close(Handle certificate) noexcept { CertFreeCertificateContext(certificate); }
 };
 using UniqueCertificate = Unique<CertificateContextPolicy>;
-
-// What a domain controller knows of the certificates that it accepts.
-struct DomainTrust {
-    std::vector<unsigned char> authority;  // DER of the issuing authority; empty: it has none
-    // Serial numbers that the authority revoked, big-endian.
-    std::vector<std::vector<unsigned char>> revoked;
-};
 
 // Parses a certificate; empty when the bytes are none.
 UniqueCertificate ReadCertificate(std::span<const unsigned char> der);
@@ -40,7 +32,6 @@ bool IssuedBy(const CERT_CONTEXT& certificate, std::span<const unsigned char> au
 bool ValidNow(const CERT_CONTEXT& certificate);
 // Whether its enhanced key usage names smart-card logon.
 bool AllowsSmartCardLogon(const CERT_CONTEXT& certificate);
-bool Revoked(const CERT_CONTEXT& certificate, const DomainTrust& trust);
 
 // Whether `signature` (RSASSA-PKCS1-v1_5, big-endian) over the SHA-256 hash is by the
 // certificate's key.

@@ -32,8 +32,7 @@ NTSTATUS StatusOf(Verdict verdict);
 // The Windows name of a status, "STATUS_..."; its number in hex when the table does not have it.
 std::string StatusName(NTSTATUS status);
 
-// A status as a person writes it: "accepted", a Windows name, or a number in hex or decimal.
-// False when it is none of these.
+// A status as a scenario writes it: "accepted" or a Windows name. False when it is neither.
 bool ParseStatus(std::string_view text, NTSTATUS& status);
 
 }  // namespace kelvor::simulator

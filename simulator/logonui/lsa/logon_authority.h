@@ -19,11 +19,12 @@ namespace kelvor::simulator {
 // apart, finds the card, the reader, the container and the provider that it names, has the card
 // sign a fresh nonce, and judges the certificate and the account as a domain controller does.
 // Believes nothing of the module under test.
-class Authority {
+class LogonAuthority {
  public:
-    // `say` gets each finding as a line of text.
-    Authority(const World& world, std::function<DomainTrust()> trust,
-              std::function<void(const std::string&)> say);
+    // The domain trusts the certification authority of the state folder. `say` gets each finding
+    // as a line of text.
+    LogonAuthority(const World& world, const std::wstring& stateFolder,
+                   std::function<void(const std::string&)> say);
 
     // The NTSTATUS of the logon. Blocks as long as the world wants it to.
     NTSTATUS LogOn(std::span<const unsigned char> buffer, ULONG package);
@@ -43,7 +44,7 @@ class Authority {
     std::wstring UpnOf(const std::wstring& domain, const std::wstring& user) const;
 
     const World& world_;
-    const std::function<DomainTrust()> trust_;
+    const std::wstring issuerPath_;
     const std::function<void(const std::string&)> say_;
 };
 

@@ -1,4 +1,4 @@
-#include "logonui/lsa/authority.h"
+#include "logonui/lsa/logon_authority.h"
 
 #include <bcrypt.h>
 
@@ -6,6 +6,8 @@
 #include <array>
 #include <utility>
 
+#include "crypto/bytes.h"
+#include "files/whole_file.h"
 #include "logonui/console_text.h"
 #include "surroundings/smart_card_csp.h"
 #include "text/utf8.h"
@@ -25,13 +27,13 @@ std::array<unsigned char, 32> FreshNonce()
 
 }  // namespace
 
-Authority::Authority(const World& world, std::function<DomainTrust()> trust,
-                     std::function<void(const std::string&)> say)
-    : world_(world), trust_(std::move(trust)), say_(std::move(say))
+LogonAuthority::LogonAuthority(const World& world, const std::wstring& stateFolder,
+                               std::function<void(const std::string&)> say)
+    : world_(world), issuerPath_(stateFolder + L"\\ca.cer"), say_(std::move(say))
 {
 }
 
-NTSTATUS Authority::LogOn(std::span<const unsigned char> buffer, ULONG package)
+NTSTATUS LogonAuthority::LogOn(std::span<const unsigned char> buffer, ULONG package)
 {
     std::string problem;
     const auto logon = DecodeCertificateLogon(buffer, problem);
@@ -55,7 +57,7 @@ NTSTATUS Authority::LogOn(std::span<const unsigned char> buffer, ULONG package)
     return static_cast<NTSTATUS>(*world_.lsa.verdict);
 }
 
-bool Authority::CardSigns()
+bool LogonAuthority::CardSigns()
 {
     std::wstring problem;
     if (AskForSignature(FreshNonce(), problem)) {
@@ -66,7 +68,7 @@ bool Authority::CardSigns()
     return false;
 }
 
-Verdict Authority::Judge(const CertificateLogon& logon)
+Verdict LogonAuthority::Judge(const CertificateLogon& logon)
 {
     CardInReader card;
     Verdict verdict = FindCard(logon.card, card);
@@ -94,7 +96,7 @@ Verdict Authority::Judge(const CertificateLogon& logon)
     return verdict == Verdict::kAccepted ? JudgeAccount(*certificate.Get(), logon) : verdict;
 }
 
-Verdict Authority::FindCard(const CardReference& reference, CardInReader& card)
+Verdict LogonAuthority::FindCard(const CardReference& reference, CardInReader& card)
 {
     std::wstring problem;
     const auto found = AskForCard(problem);
@@ -123,7 +125,7 @@ Verdict Authority::FindCard(const CardReference& reference, CardInReader& card)
     return Verdict::kAccepted;
 }
 
-Verdict Authority::SignNonce(const CERT_CONTEXT& certificate)
+Verdict LogonAuthority::SignNonce(const CERT_CONTEXT& certificate)
 {
     const std::array<unsigned char, 32> nonce = FreshNonce();
     std::wstring problem;
@@ -140,11 +142,11 @@ Verdict Authority::SignNonce(const CERT_CONTEXT& certificate)
     return Verdict::kAccepted;
 }
 
-Verdict Authority::JudgeCertificate(const CERT_CONTEXT& certificate)
+Verdict LogonAuthority::JudgeCertificate(const CERT_CONTEXT& certificate)
 {
     say_("certificate of " + SubjectOf(certificate) + ", valid until " + ValidUntil(certificate));
-    const DomainTrust trust = trust_();
-    if (!IssuedBy(certificate, trust.authority)) {
+    const auto issuer = ReadWholeFile(issuerPath_);
+    if (!issuer || !IssuedBy(certificate, ViewOf(issuer->View()))) {
         say_("its issuer, " + IssuerOf(certificate) + ", is not trusted by the domain");
         return Verdict::kIssuerUntrusted;
     }
@@ -152,7 +154,7 @@ Verdict Authority::JudgeCertificate(const CERT_CONTEXT& certificate)
         say_("it is not valid today");
         return Verdict::kCertificateExpired;
     }
-    if (Revoked(certificate, trust)) {
+    if (world_.card.revoked) {
         say_("its issuer has revoked it");
         return Verdict::kCertificateRevoked;
     }
@@ -164,7 +166,7 @@ Verdict Authority::JudgeCertificate(const CERT_CONTEXT& certificate)
     return Verdict::kAccepted;
 }
 
-Verdict Authority::JudgeAccount(const CERT_CONTEXT& certificate, const CertificateLogon& logon)
+Verdict LogonAuthority::JudgeAccount(const CERT_CONTEXT& certificate, const CertificateLogon& logon)
 {
     const std::wstring upn = UpnOfCertificate(certificate);
     if (!KnowsAccount(upn)) {
@@ -180,7 +182,7 @@ Verdict Authority::JudgeAccount(const CERT_CONTEXT& certificate, const Certifica
     return Verdict::kAccepted;
 }
 
-bool Authority::KnowsAccount(const std::wstring& upn) const
+bool LogonAuthority::KnowsAccount(const std::wstring& upn) const
 {
     const auto is = [&](const std::wstring& account) { return EqualIgnoringCase(account, upn); };
     const bool ofCredential = std::ranges::any_of(
@@ -192,7 +194,7 @@ bool Authority::KnowsAccount(const std::wstring& upn) const
            });
 }
 
-std::wstring Authority::UpnOf(const std::wstring& domain, const std::wstring& user) const
+std::wstring LogonAuthority::UpnOf(const std::wstring& domain, const std::wstring& user) const
 {
     if (user.find(L'@') != std::wstring::npos && domain.empty()) {
         return user;
