@@ -24,6 +24,8 @@ class ChildProcess {
     // Ends the program at once, as a crash would, and waits until it is gone.
     void Kill() noexcept;
     bool Running() const noexcept;
+    // Signalled when it has ended; stays this object's.
+    HANDLE Process() const noexcept { return process_.Get(); }
     // Waits for it to end by itself; false when it still runs after `timeoutMs`.
     bool WaitForEnd(DWORD timeoutMs, DWORD& exitCode) const noexcept;
 

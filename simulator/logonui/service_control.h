@@ -1,30 +1,31 @@
 #pragma once
 
-#include <optional>
+#include <memory>
 #include <string>
 
+#include "lock.h"
 #include "logonui/child_process.h"
 
 namespace kelvor::simulator {
 
-// The card service of the run, a program beside this one. Both find their world through the
-// environment variables KELVOR_WORLD and KELVOR_WORLD_STATE. Any thread, but one at a time.
+// The card service of the run, a program beside this one. It finds its world through the
+// environment variables KELVOR_WORLD and KELVOR_WORLD_STATE, like the enrolment. Any thread.
 class ServiceControl {
  public:
-    // Programs are looked for beside this one; what they print goes to files in `stateFolder`.
-    explicit ServiceControl(std::wstring stateFolder);
+    // What the programs print goes to service.log in the folder.
+    explicit ServiceControl(const std::wstring& stateFolder);
 
     // Issues the accounts, keys and cards of the world. Throws std::runtime_error.
     void Enrol() const;
     // Starts the service and waits until it answers. Throws std::runtime_error.
     void Start();
-    // Kills it in whatever it is doing.
-    void Kill() noexcept { service_.reset(); }
-    bool Running() const noexcept { return service_ && service_->Running(); }
+    // Kills it in whatever it is doing. False when this object has none running.
+    bool Kill();
 
  private:
-    const std::wstring stateFolder_;
-    std::optional<ChildProcess> service_;
+    const std::wstring outputPath_;
+    Lock lock_;
+    std::unique_ptr<ChildProcess> service_;  // under lock_
 };
 
 }  // namespace kelvor::simulator

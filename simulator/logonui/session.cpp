@@ -29,9 +29,8 @@ Session::Session(World world, SessionOptions options, Transcript& transcript)
       options_(std::move(options)),
       transcript_(transcript),
       view_(transcript),
-      authority_(
-          world_, options_.stateFolder,
-          [this](const std::string& finding) { view_.Say("LSA", finding); }),
+      authority_(world_, options_.stateFolder,
+                 [this](const std::string& finding) { view_.Say("LSA", finding); }),
       service_(options_.stateFolder),
       host_(loop_, MakeObserver())
 {
@@ -118,6 +117,9 @@ HostObserver Session::MakeObserver()
 LogonResult Session::LogOn(const Serialization& serialization)
 {
     DrawSelected(true);
+    if (std::exchange(killAtLogon_, false)) {
+        KillService();
+    }
     LogonResult result;
     result.status = authority_.LogOn(serialization.Bytes(), serialization.Package());
     result.substatus = world_.lsa.subStatus ? static_cast<NTSTATUS>(*world_.lsa.subStatus) : 0;
@@ -147,8 +149,7 @@ void Session::OnExchange(const ExchangePoint& point)
                }) != 0;
     });
     if (sprung) {
-        service_.Kill();
-        view_.Say("service", "is killed");
+        KillService();
     }
     loop_.Wake();
 }

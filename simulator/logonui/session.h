@@ -65,6 +65,8 @@ class Session {
     Trouble KillService();
     // Kills the service when the `ordinal`-th exchange from now gets to `stage`.
     Trouble KillServiceAt(unsigned ordinal, ExchangeStage stage);
+    // Kills it when the next credential is about to go to LSA.
+    Trouble KillServiceAtLogon();
 
     // What is to come; each waits a generous time for it.
     Trouble ExpectTiles(unsigned count);
@@ -110,6 +112,7 @@ class Session {
     std::vector<NTSTATUS> results_;  // of every logon so far
     std::size_t expectedResults_ = 0;
     std::size_t statusesSeen_ = 0;
+    bool killAtLogon_ = false;
 
     Lock lock_;
     std::vector<StatusChange> statuses_;  // under lock_: of every tile, in order

@@ -128,7 +128,9 @@ Session::Trouble Session::StartService()
 
 Session::Trouble Session::KillService()
 {
-    service_.Kill();
+    if (!service_.Kill()) {
+        return "there is no card service of this program to kill";
+    }
     view_.Say("service", "is killed");
     return std::nullopt;
 }
@@ -136,6 +138,12 @@ Session::Trouble Session::KillService()
 Session::Trouble Session::KillServiceAt(unsigned ordinal, ExchangeStage stage)
 {
     lock_.With([&] { traps_.push_back({exchangesOver_ + ordinal, stage}); });
+    return std::nullopt;
+}
+
+Session::Trouble Session::KillServiceAtLogon()
+{
+    killAtLogon_ = true;
     return std::nullopt;
 }
 

@@ -41,6 +41,8 @@ constexpr StepRow kSteps[] = {
     {"kill service during exchange", Argument::kNumber, StepKind::kKillServiceDuring, nullptr},
     {"kill service after exchange", Argument::kNumber, StepKind::kKillServiceAfter,
      "kill service before|during|after exchange N   kill it when exchange N, from now, gets there"},
+    {"kill service before logon", Argument::kNone, StepKind::kKillServiceAtLogon,
+     "kill service before logon                kill it when LSA gets the next credential"},
     {"kill service", Argument::kNone, StepKind::kKillService,
      "kill service          kill the card service now"},
     {"expect tiles", Argument::kNumber, StepKind::kExpectTiles, nullptr},

@@ -9,34 +9,35 @@ namespace kelvor::simulator {
 
 // What one line of a scenario, or of the prompt, asks for.
 enum class StepKind {
-    kSelectTile,         // number: 1 for the first tile
-    kDeselect,           //
-    kInsertKey,          // over USB
-    kInsertKeyNfc,       // on the NFC reader
-    kRemoveKey,          //
-    kTypePin,            // text: the PIN, a view into the line
-    kChooseRow,          // number: 1 for the first row
-    kClick,              //
-    kTouch,              //
-    kStartService,       //
-    kKillService,        // now
-    kKillServiceBefore,  // number: exchanges are counted from this step on
-    kKillServiceDuring,  // number
-    kKillServiceAfter,   // number
-    kExpectTiles,        // number
-    kExpectStatus,       // text
-    kExpectLogon,        // text: "accepted" or "refused" and a status
-    kExpectLog,          // text that a line of the log contains
-    kExpectNoLog,        // text that no line of the log contains
-    kExpectGate,         // text: "open" or "closed"
-    kExpectButton,       //
-    kExpectNoButton,     //
-    kShowTiles,          // the rest is for the prompt
-    kShowCalls,          //
-    kShowLog,            //
-    kAskPin,             //
-    kHelp,               //
-    kQuit,               //
+    kSelectTile,          // number: 1 for the first tile
+    kDeselect,            //
+    kInsertKey,           // over USB
+    kInsertKeyNfc,        // on the NFC reader
+    kRemoveKey,           //
+    kTypePin,             // text: the PIN, a view into the line
+    kChooseRow,           // number: 1 for the first row
+    kClick,               //
+    kTouch,               //
+    kStartService,        //
+    kKillService,         // now
+    kKillServiceBefore,   // number: exchanges are counted from this step on
+    kKillServiceDuring,   // number
+    kKillServiceAfter,    // number
+    kKillServiceAtLogon,  // when LSA gets the next credential
+    kExpectTiles,         // number
+    kExpectStatus,        // text
+    kExpectLogon,         // text: "accepted" or "refused" and a status
+    kExpectLog,           // text that a line of the log contains
+    kExpectNoLog,         // text that no line of the log contains
+    kExpectGate,          // text: "open" or "closed"
+    kExpectButton,        //
+    kExpectNoButton,      //
+    kShowTiles,           // the rest is for the prompt
+    kShowCalls,           //
+    kShowLog,             //
+    kAskPin,              //
+    kHelp,                //
+    kQuit,                //
 };
 
 // One parsed line. The texts are views into it.

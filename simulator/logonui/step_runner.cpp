@@ -96,6 +96,8 @@ std::optional<std::string> RunStep(Session& session, const Step& step)
             return session.KillServiceAt(step.number, ExchangeStage::kAsked);
         case StepKind::kKillServiceAfter:
             return session.KillServiceAt(step.number, ExchangeStage::kOver);
+        case StepKind::kKillServiceAtLogon:
+            return session.KillServiceAtLogon();
         default:
             return RunExpectation(session, step);
     }

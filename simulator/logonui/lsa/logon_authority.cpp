@@ -102,7 +102,7 @@ Verdict LogonAuthority::FindCard(const CardReference& reference, CardInReader& c
     const auto found = AskForCard(problem);
     if (!found) {
         say_("no card: " + (problem.empty() ? "the reader is empty" : ToUtf8(problem)));
-        return Verdict::kNoCard;
+        return problem.empty() ? Verdict::kNoCard : Verdict::kGateClosed;
     }
     card = *found;
     if (reference.reader != world_.card.readerName) {
