@@ -51,6 +51,7 @@ void Session::Begin()
     surroundings_.emplace(module, world_);
     exchanges_.emplace(module, [this](const ExchangePoint& point) { OnExchange(point); });
     key_.emplace();
+    looks_.emplace(module);
     const bool unlock = world_.pc.screen == Screen::kUnlock;
     view_.Say("screen", unlock ? "asks for the user who locked the PC" : "asks who signs in");
     host_.Start(unlock ? CPUS_UNLOCK_WORKSTATION : CPUS_LOGON,
@@ -167,6 +168,13 @@ std::wstring Session::OwnerOf(std::size_t tile) const
     const auto user = std::ranges::find_if(
         world_.users, [&](const UserWorld& known) { return !sid.empty() && known.sid == sid; });
     return user != world_.users.end() ? user->qualifiedName : L"";
+}
+
+void Session::LetTileLook()
+{
+    if (host_.HasSelection()) {
+        WaitFor([this] { return looks_->Any(); });
+    }
 }
 
 bool Session::WaitFor(const std::function<bool()>& done)

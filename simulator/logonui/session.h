@@ -11,6 +11,7 @@
 #include "logonui/attached_surroundings.h"
 #include "logonui/exchange_watch.h"
 #include "logonui/key_hands.h"
+#include "logonui/key_looks.h"
 #include "logonui/lsa/logon_authority.h"
 #include "logonui/message_loop.h"
 #include "logonui/module_log.h"
@@ -93,6 +94,8 @@ class Session {
     void OnExchange(const ExchangePoint& point);
     void DrawSelected(bool now);
     std::wstring OwnerOf(std::size_t tile) const;
+    // Waits until the selected tile has looked for the key.
+    void LetTileLook();
     bool WaitFor(const std::function<bool()>& done);
     Trouble NotSelected() const;
 
@@ -108,6 +111,7 @@ class Session {
     std::optional<AttachedSurroundings> surroundings_;
     std::optional<ExchangeWatch> exchanges_;
     std::optional<KeyHands> key_;
+    std::optional<KeyLooks> looks_;
 
     std::vector<NTSTATUS> results_;  // of every logon so far
     std::size_t expectedResults_ = 0;

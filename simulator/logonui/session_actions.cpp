@@ -32,6 +32,7 @@ Session::Trouble Session::Select(unsigned tile)
     }
     view_.Say("user", "selects tile " + std::to_string(tile));
     surroundings_->MapAccount(OwnerOf(tile - 1));
+    looks_->Restart();
     host_.Select(tile - 1);
     return std::nullopt;
 }
@@ -50,6 +51,7 @@ Session::Trouble Session::Deselect()
 Session::Trouble Session::InsertKey(bool nfc)
 {
     DrawSelected(true);
+    LetTileLook();
     view_.Say("user", nfc ? "lays the key on the NFC reader" : "plugs the key in");
     key_->Insert(nfc);
     return std::nullopt;
@@ -58,6 +60,7 @@ Session::Trouble Session::InsertKey(bool nfc)
 Session::Trouble Session::RemoveKey()
 {
     DrawSelected(true);
+    LetTileLook();
     view_.Say("user", "takes the key away");
     key_->Remove();
     return std::nullopt;
