@@ -58,4 +58,10 @@ void LineReader::SetEcho(bool echo) noexcept
     }
 }
 
+bool LineReader::EndsLinesOnScreen() noexcept
+{
+    DWORD mode = 0;
+    return GetConsoleMode(GetStdHandle(STD_INPUT_HANDLE), &mode) && (mode & ENABLE_ECHO_INPUT) != 0;
+}
+
 }  // namespace kelvor::simulator

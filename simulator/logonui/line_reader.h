@@ -22,6 +22,8 @@ class LineReader {
 
     // Has a console show what is typed, or not.
     static void SetEcho(bool echo) noexcept;
+    // Whether the end of a line that was read has ended the line on the screen, too.
+    static bool EndsLinesOnScreen() noexcept;
 };
 
 }  // namespace kelvor::simulator

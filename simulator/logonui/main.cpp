@@ -40,8 +40,7 @@ std::vector<std::wstring> Arguments()
     return arguments;
 }
 
-World MakeWorld(const Options& options, const std::optional<Scenario>& scenario,
-                const StateFolder& state)
+World MakeWorld(const Options& options, std::optional<Scenario>& scenario, const StateFolder& state)
 {
     // The key and the card service read the same file: this process only needs what is in it.
     std::wstring path = options.world;
@@ -53,8 +52,23 @@ World MakeWorld(const Options& options, const std::optional<Scenario>& scenario,
     World world =
         scenario ? ParseWorld(scenario->World(), ToUtf8(options.script)) : LoadWorld(path);
     world.key.pin.Clear();  // the user's secret, which the screen has no business with
+    if (scenario) {
+        scenario->ForgetWorld();
+    }
     return world;
 }
+
+// Ends the session on every way out, before its state folder goes.
+class SessionEnd {
+ public:
+    explicit SessionEnd(Session& session) : session_(session) {}
+    ~SessionEnd() { session_.End(); }
+    SessionEnd(const SessionEnd&) = delete;
+    SessionEnd& operator=(const SessionEnd&) = delete;
+
+ private:
+    Session& session_;
+};
 
 int Play(const Options& options)
 {
@@ -72,6 +86,7 @@ int Play(const Options& options)
     // Never destroyed; see Session.
     Session& session =
         *new Session(std::move(world), {state.Path(), options.withService, patienceMs}, transcript);
+    const SessionEnd end(session);
     session.Begin();
     bool asExpected = true;
     if (scenario) {
@@ -98,7 +113,9 @@ int Run()
         }
         if (!options.registerModule.empty()) {
             RegisterProvider(options.registerModule);
-            return kAsExpected;
+            if (options.script.empty()) {
+                return kAsExpected;
+            }
         }
         if (options.unregister) {
             UnregisterProvider();

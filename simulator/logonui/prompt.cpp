@@ -11,6 +11,7 @@ namespace kelvor::simulator {
 namespace {
 
 constexpr char kPrompt[] = "> ";
+constexpr ULONGLONG kRestMs = 200;  // the screen has shown what it had to show
 
 // Lines that wait for their turn. Filled through the loop, so only its thread touches them.
 struct Input {
@@ -34,8 +35,7 @@ class Prompt {
         });
         transcript_.Line("Type 'help' for what you can do here.");
         while (!quit_ && !session_.SignedIn()) {
-            transcript_.Prompt(kPrompt);
-            const auto line = NextLine();
+            const auto line = NextLine(kPrompt);
             if (!line) {
                 return;
             }
@@ -44,14 +44,22 @@ class Prompt {
     }
 
  private:
-    // The next line; null when the input has ended or the logon was accepted meanwhile.
-    std::shared_ptr<SecretText> NextLine()
+    // The next line; null when the input has ended or the logon was accepted meanwhile. What the
+    // screen shows in between pushes the prompt down.
+    std::shared_ptr<SecretText> NextLine(const char* prompt)
     {
-        session_.Loop().RunUntil(
-            [this] { return !input_.lines.empty() || input_.ended || session_.SignedIn(); },
-            INFINITE);
+        const auto come = [&] {
+            if (!transcript_.Prompting() && transcript_.QuietMs() > kRestMs) {
+                transcript_.Prompt(prompt);
+            }
+            return !input_.lines.empty() || input_.ended || session_.SignedIn();
+        };
+        session_.Loop().RunUntil(come, INFINITE);
         if (input_.lines.empty()) {
             return nullptr;
+        }
+        if (LineReader::EndsLinesOnScreen()) {
+            transcript_.Answered();
         }
         auto line = std::move(input_.lines.front());
         input_.lines.pop_front();
@@ -93,11 +101,9 @@ class Prompt {
 
     void AskPin()
     {
-        transcript_.Prompt("PIN: ");
         LineReader::SetEcho(false);
-        const auto pin = NextLine();
+        const auto pin = NextLine("PIN: ");
         LineReader::SetEcho(true);
-        transcript_.Line("");
         if (pin && !pin->Empty()) {
             Step step;
             step.kind = StepKind::kTypePin;

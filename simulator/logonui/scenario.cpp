@@ -71,6 +71,12 @@ Scenario Scenario::Load(const std::wstring& path)
     return scenario;
 }
 
+void Scenario::ForgetWorld() noexcept
+{
+    WipeMemory(text_.Data(), world_.size());
+    world_ = {};
+}
+
 void Scenario::Forget(const Line& line) noexcept
 {
     char* const from = text_.Data() + (line.step.text.data() - text_.CStr());

@@ -28,6 +28,8 @@ class Scenario {
     // The world's part of the file: what stands before the steps.
     std::string_view World() const noexcept { return world_; }
     const std::vector<Line>& Lines() const noexcept { return lines_; }
+    // Overwrites the world's part, which holds the PIN of the key.
+    void ForgetWorld() noexcept;
     // Overwrites the secret of a step that has been carried out.
     void Forget(const Line& line) noexcept;
 

@@ -132,7 +132,12 @@ LogonResult Session::LogOn(const Serialization& serialization)
 
 void Session::OnReported(const LogonResult& result)
 {
-    authority_.CardSigns();
+    std::string reason;
+    view_.Say("card", LogonAuthority::CardSigns(reason) ? "still signs: its sign gate is open"
+                                                        : "signs nothing more: " + reason);
+    if (result.status == 0) {
+        view_.Say("screen", "gives way to the user's desktop");
+    }
     results_.push_back(result.status);
 }
 

@@ -43,7 +43,7 @@ class Session {
 
     // Up to the list of tiles.
     void Begin();
-    // Leaves the screen, releases the provider, stops the service.
+    // Leaves the screen, releases the provider, stops the service. Does nothing a second time.
     void End();
 
     void ShowTiles();

@@ -201,9 +201,11 @@ Session::Trouble Session::ExpectLog(const std::string& text, bool present)
 
 Session::Trouble Session::ExpectGate(bool open)
 {
-    return authority_.CardSigns() == open
-               ? std::nullopt
-               : Trouble(open ? "the card does not sign" : "the card signs");
+    std::string reason;
+    if (LogonAuthority::CardSigns(reason) == open) {
+        return std::nullopt;
+    }
+    return open ? "the card does not sign: " + reason : "the card signs";
 }
 
 Session::Trouble Session::ExpectButton(bool shown)

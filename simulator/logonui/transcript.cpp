@@ -5,10 +5,12 @@
 
 #include <cstdio>
 #include <string>
+#include <utility>
 
 namespace kelvor::simulator {
 
-Transcript::Transcript(bool quiet) : quiet_(quiet), startTick_(GetTickCount64())
+Transcript::Transcript(bool quiet)
+    : quiet_(quiet), startTick_(GetTickCount64()), writtenTick_(startTick_)
 {
     // Lines end as the terminal of the simulators wants them: with a line feed alone.
     _setmode(_fileno(stdout), _O_BINARY);
@@ -35,6 +37,22 @@ void Transcript::Heading(std::string_view text)
 void Transcript::Prompt(std::string_view text)
 {
     Write(text);
+    lock_.With([&] { prompting_ = true; });
+}
+
+void Transcript::Answered()
+{
+    lock_.With([&] { prompting_ = false; });
+}
+
+bool Transcript::Prompting() const
+{
+    return lock_.With([&] { return prompting_; });
+}
+
+ULONGLONG Transcript::QuietMs() const
+{
+    return GetTickCount64() - lock_.With([&] { return writtenTick_; });
 }
 
 void Transcript::Write(std::string_view text)
@@ -43,6 +61,10 @@ void Transcript::Write(std::string_view text)
         return;
     }
     lock_.With([&] {
+        if (std::exchange(prompting_, false)) {
+            std::fputc('\n', stdout);
+        }
+        writtenTick_ = GetTickCount64();
         std::fwrite(text.data(), 1, text.size(), stdout);
         std::fflush(stdout);
     });

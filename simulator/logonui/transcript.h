@@ -24,8 +24,15 @@ class Transcript {
     void EventAt(ULONGLONG elapsedMs, std::string_view text);
     // A heading between two stretches of the transcript.
     void Heading(std::string_view text);
-    // Text that the user's answer follows on the same line.
+    // Text that the user's answer follows on the same line. A line that comes before the answer
+    // begins on a line of its own.
     void Prompt(std::string_view text);
+    // The user has answered the prompt, and ended its line.
+    void Answered();
+    // Whether a prompt is the last that was written.
+    bool Prompting() const;
+    // How long ago the last was written.
+    ULONGLONG QuietMs() const;
 
     ULONGLONG ElapsedMs() const noexcept { return GetTickCount64() - startTick_; }
 
@@ -34,7 +41,9 @@ class Transcript {
 
     const bool quiet_;
     const ULONGLONG startTick_;
-    Lock lock_;  // lines of different threads do not mix
+    Lock lock_;               // lines of different threads do not mix
+    bool prompting_ = false;  // under lock_
+    ULONGLONG writtenTick_;   // under lock_
 };
 
 }  // namespace kelvor::simulator

@@ -57,15 +57,12 @@ NTSTATUS LogonAuthority::LogOn(std::span<const unsigned char> buffer, ULONG pack
     return static_cast<NTSTATUS>(*world_.lsa.verdict);
 }
 
-bool LogonAuthority::CardSigns()
+bool LogonAuthority::CardSigns(std::string& reason)
 {
     std::wstring problem;
-    if (AskForSignature(FreshNonce(), problem)) {
-        say_("the card signs another nonce: its sign gate is open");
-        return true;
-    }
-    say_("the card would sign nothing more: " + ToUtf8(problem));
-    return false;
+    const bool signs = AskForSignature(FreshNonce(), problem).has_value();
+    reason = ToUtf8(problem);
+    return signs;
 }
 
 Verdict LogonAuthority::Judge(const CertificateLogon& logon)
@@ -101,7 +98,8 @@ Verdict LogonAuthority::FindCard(const CardReference& reference, CardInReader& c
     std::wstring problem;
     const auto found = AskForCard(problem);
     if (!found) {
-        say_("no card: " + (problem.empty() ? "the reader is empty" : ToUtf8(problem)));
+        say_(problem.empty() ? "the reader is empty"
+                             : "the reader does not answer: " + ToUtf8(problem));
         return problem.empty() ? Verdict::kNoCard : Verdict::kGateClosed;
     }
     card = *found;

@@ -29,8 +29,8 @@ class LogonAuthority {
     // The NTSTATUS of the logon. Blocks as long as the world wants it to.
     NTSTATUS LogOn(std::span<const unsigned char> buffer, ULONG package);
 
-    // Has the card sign a fresh nonce; false, having said why, when it does not.
-    bool CardSigns();
+    // Has the card sign a fresh nonce; false, with the reason, when it does not.
+    static bool CardSigns(std::string& reason);
 
  private:
     Verdict Judge(const CertificateLogon& logon);
