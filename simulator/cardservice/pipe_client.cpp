@@ -63,13 +63,13 @@ SecretText ExchangeLine(const wchar_t* pipeName, std::string_view line, DWORD ti
     const UniqueKernelObject event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     const ULONGLONG deadlineMs = GetTickCount64() + timeoutMs;
 
-    SecretText request(line);
-    request.Append('\n');
+    std::string request(line);
+    request += '\n';
     OVERLAPPED io{};
     io.hEvent = event.Get();
     BOOL started =
-        WriteFile(pipe.Get(), request.Data(), static_cast<DWORD>(request.Size()), nullptr, &io);
-    if (Finish(pipe.Get(), io, started, deadlineMs) != request.Size()) {
+        WriteFile(pipe.Get(), request.data(), static_cast<DWORD>(request.size()), nullptr, &io);
+    if (Finish(pipe.Get(), io, started, deadlineMs) != request.size()) {
         Fail(pipeName, "cannot be written to", GetLastError());
     }
 
