@@ -24,8 +24,9 @@ constexpr int kExitNotMeantToRun = 3;
 constexpr char kHelp[] =
     R"(KelvorSimCardService - a card service for the sign-in module, with real cryptography
 
-  KelvorSimCardService [--world FILE] [--state DIR] [--key DLL] [--ready-event NAME] [--verbose]
-  KelvorSimCardService --stop
+  KelvorSimCardService [--world FILE] [--state DIR] [--key DLL] [--name NAME]
+                       [--ready-event NAME] [--verbose]
+  KelvorSimCardService --stop [--name NAME]
 
 Serves \\.\pipe\KelvorSoftCardCtl (status, provchallenge, filteraccounts, armorprovision, provision,
 disarm) and, for the host of a virtual reader, \\.\pipe\KelvorSimCardReader. KelvorSimEnrol prepares
@@ -33,6 +34,8 @@ the state folder.
 
   --world FILE         the world to live in; otherwise the variable KELVOR_WORLD, otherwise the
                        default world (docs/world.md)
+  --name NAME          serves \\.\pipe\KelvorSoftCardCtl-NAME and \\.\pipe\KelvorSimCardReader-NAME
+                       instead, beside the service that the module looks for
   --state DIR          the folder that holds registrations, cards and the authority; otherwise the
                        variable KELVOR_WORLD_STATE
   --key DLL            the security-key library that "provision" uses; otherwise
@@ -43,7 +46,8 @@ the state folder.
   --help               shows this
 
 Prints "ready" once clients can connect, and a line for every exchange to the error output. Ends on
-Ctrl-C, or when the event KelvorSimCardServiceStop is set.
+Ctrl-C, or when the event KelvorSimCardServiceStop (with --name: KelvorSimCardServiceStop-NAME) is
+set.
 
 Exit code: 0 ended as asked, 1 failure, 2 bad arguments, 3 the world has no service running,
 70 died as the world told it to.
@@ -62,9 +66,15 @@ void Report(const std::string& line)
     std::fflush(stderr);
 }
 
-int StopRunningService()
+std::wstring StopEventName(const CommandLine& arguments)
 {
-    const UniqueKernelObject stop(OpenEventW(EVENT_MODIFY_STATE, FALSE, kStopEventName));
+    return kStopEventName + NameSuffix(arguments.Value(L"--name").value_or(L""));
+}
+
+int StopRunningService(const CommandLine& arguments)
+{
+    const UniqueKernelObject stop(
+        OpenEventW(EVENT_MODIFY_STATE, FALSE, StopEventName(arguments).c_str()));
     if (!stop) {
         throw std::runtime_error("no card service is running in this session");
     }
@@ -88,6 +98,7 @@ void TellReady(const CommandLine& arguments)
 int Serve(const CommandLine& arguments)
 {
     ServiceOptions options;
+    options.serviceName = arguments.Value(L"--name").value_or(L"");
     options.worldPath =
         arguments.Value(L"--world").value_or(Environment(L"KELVOR_WORLD").value_or(L""));
     options.stateFolder =
@@ -105,7 +116,8 @@ int Serve(const CommandLine& arguments)
         Report("this world has no card service running");
         return kExitNotMeantToRun;
     }
-    const UniqueKernelObject stop(CreateEventW(nullptr, TRUE, FALSE, kStopEventName));
+    const UniqueKernelObject stop(
+        CreateEventW(nullptr, TRUE, FALSE, StopEventName(arguments).c_str()));
     if (!stop) {
         throw std::runtime_error("CreateEvent: " + ErrorText(GetLastError()));
     }
@@ -127,6 +139,7 @@ int main()
         const CommandLine arguments({{L"--world", true},
                                      {L"--state", true},
                                      {L"--key", true},
+                                     {L"--name", true},
                                      {L"--ready-event", true},
                                      {L"--verbose", false},
                                      {L"--stop", false},
@@ -136,7 +149,7 @@ int main()
             return kExitSuccess;
         }
         try {
-            return arguments.Has(L"--stop") ? StopRunningService() : Serve(arguments);
+            return arguments.Has(L"--stop") ? StopRunningService(arguments) : Serve(arguments);
         } catch (const std::exception& error) {
             Report(error.what());
             return kExitFailure;

@@ -13,12 +13,13 @@ namespace {
 constexpr DWORD kTimeoutMs = 5'000;
 
 // One exchange with the reader. Nothing, with `problem` set, when it fails or is refused.
-std::optional<JsonDocument> Ask(const JsonWriter& request, std::wstring& problem)
+std::optional<JsonDocument> Ask(const std::wstring& pipeName, const JsonWriter& request,
+                                std::wstring& problem)
 {
     problem.clear();
     try {
         std::optional<JsonDocument> answer =
-            JsonDocument::Parse(ExchangeLine(kReaderPipeName, request.Text(), kTimeoutMs));
+            JsonDocument::Parse(ExchangeLine(pipeName.c_str(), request.Text(), kTimeoutMs));
         if (!answer) {
             throw std::runtime_error("the virtual reader's answer is no JSON object");
         }
@@ -47,9 +48,10 @@ CardInReader CardOf(const JsonObject& answer)
 
 }  // namespace
 
-std::optional<CardInReader> AskForCard(std::wstring& problem)
+std::optional<CardInReader> AskForCard(std::wstring& problem, const std::wstring& pipeName)
 {
-    const std::optional<JsonDocument> answer = Ask(JsonWriter().Add("cmd", "card"), problem);
+    const std::optional<JsonDocument> answer =
+        Ask(pipeName, JsonWriter().Add("cmd", "card"), problem);
     if (!answer) {
         return std::nullopt;
     }
@@ -65,10 +67,11 @@ std::optional<CardInReader> AskForCard(std::wstring& problem)
 }
 
 std::optional<std::vector<unsigned char>> AskForSignature(std::span<const unsigned char> hash,
-                                                          std::wstring& problem)
+                                                          std::wstring& problem,
+                                                          const std::wstring& pipeName)
 {
     const std::optional<JsonDocument> answer =
-        Ask(JsonWriter().Add("cmd", "sign").Add("hash", Base64Text(hash)), problem);
+        Ask(pipeName, JsonWriter().Add("cmd", "sign").Add("hash", Base64Text(hash)), problem);
     if (!answer) {
         return std::nullopt;
     }

@@ -33,11 +33,13 @@ struct CardInReader {
 
 // What the service says is in the reader. Nothing, with `problem` empty, when the reader is empty;
 // nothing, with `problem` set, when the service cannot be asked (not running, no valid answer).
-std::optional<CardInReader> AskForCard(std::wstring& problem);
+std::optional<CardInReader> AskForCard(std::wstring& problem,
+                                       const std::wstring& pipeName = kReaderPipeName);
 
 // Has the card sign a SHA-256 hash (32 bytes). Nothing, with the reason in `problem`, when the gate
 // is closed or the service cannot be asked.
-std::optional<std::vector<unsigned char>> AskForSignature(std::span<const unsigned char> hash,
-                                                          std::wstring& problem);
+std::optional<std::vector<unsigned char>> AskForSignature(
+    std::span<const unsigned char> hash, std::wstring& problem,
+    const std::wstring& pipeName = kReaderPipeName);
 
 }  // namespace kelvor::simulator

@@ -83,6 +83,11 @@ std::string RequestText(const JsonObject& request)
 
 }  // namespace
 
+std::wstring NameSuffix(const std::wstring& serviceName)
+{
+    return serviceName.empty() ? L"" : L"-" + serviceName;
+}
+
 ServiceHost::ServiceHost(ServiceOptions options)
     : options_(std::move(options)),
       world_(WorldOf(options_)),
@@ -91,9 +96,9 @@ ServiceHost::ServiceHost(ServiceOptions options)
       faults_(world_.service.faults),
       used_(CreateEventW(nullptr, FALSE, FALSE, nullptr)),
       restart_(CreateEventW(nullptr, FALSE, FALSE, nullptr)),
-      control_(kServicePipeName,
+      control_(kServicePipeName + NameSuffix(options_.serviceName),
                [this](SecretText request) { return ReplyToClient(std::move(request)); }),
-      reader_(kReaderPipeName,
+      reader_(kReaderPipeName + NameSuffix(options_.serviceName),
               [this](SecretText request) { return ReplyToReader(std::move(request)); })
 {
 }
@@ -106,8 +111,9 @@ ServiceHost::~ServiceHost()
 
 void ServiceHost::Start()
 {
+    const std::wstring name = kOnlyOneName + NameSuffix(options_.serviceName);
     // Wine lets a second server join a pipe even where it asks to be the first.
-    only_.Reset(CreateMutexW(nullptr, FALSE, kOnlyOneName));
+    only_.Reset(CreateMutexW(nullptr, FALSE, name.c_str()));
     if (!only_ || GetLastError() == ERROR_ALREADY_EXISTS) {
         only_.Reset();
         throw std::runtime_error("a card service is running already");

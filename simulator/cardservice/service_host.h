@@ -14,7 +14,12 @@ namespace kelvor::simulator {
 
 inline constexpr wchar_t kServicePipeName[] = L"\\\\.\\pipe\\KelvorSoftCardCtl";
 
+// What tells the services of one PC apart: nothing for the one that clients look for, "-" and the
+// name for another beside it. It goes behind the names of pipes and events.
+std::wstring NameSuffix(const std::wstring& serviceName);
+
 struct ServiceOptions {
+    std::wstring serviceName;  // empty: the one that clients look for
     std::wstring worldPath;    // empty: the default world
     std::wstring stateFolder;  // created when missing
     std::wstring keyLibrary;   // for `provision`; empty: beside the program
