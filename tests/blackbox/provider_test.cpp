@@ -6,7 +6,6 @@
 
 using kelvor::ComRef;
 using kelvor::test::FakeUserArray;
-using kelvor::test::ProviderEvents;
 using kelvor::test::Stage;
 using kelvor::test::StageOptions;
 using kelvor::test::User;
@@ -86,54 +85,6 @@ TEST_CASE("A serialization from elsewhere is not taken")
     Stage stage;
     const CREDENTIAL_PROVIDER_CREDENTIAL_SERIALIZATION serialization = {};
     CHECK(stage.Provider()->SetSerialization(&serialization) == E_NOTIMPL);
-}
-
-TEST_CASE("The tile layout has seven fields")
-{
-    Stage stage;
-    DWORD count = 0;
-    CHECK(stage.Provider()->GetFieldDescriptorCount(&count) == S_OK);
-    CHECK(count == 7);
-}
-
-TEST_CASE("Each field is described by its id, type, label and picture mark")
-{
-    struct Row {
-        CREDENTIAL_PROVIDER_FIELD_TYPE type;
-        const wchar_t* label;
-        GUID guid;
-    };
-    const Row rows[] = {
-        {CPFT_TILE_IMAGE,
-         L"Image",
-         {0x2D837775, 0xF6CD, 0x464E, {0xA7, 0x45, 0x48, 0x2F, 0xD0, 0xB4, 0x74, 0x93}}},
-        {CPFT_LARGE_TEXT, L"Sign in with security key", {}},
-        {CPFT_PASSWORD_TEXT, L"Security Key PIN", {}},
-        {CPFT_COMBOBOX, L"Account", {}},
-        {CPFT_SUBMIT_BUTTON, L"Sign In", {}},
-        {CPFT_SMALL_TEXT, L"Status", {}},
-        {CPFT_SMALL_TEXT, L"Finish", {}},
-    };
-    Stage stage;
-    for (DWORD index = 0; index < 7; ++index) {
-        CAPTURE(index);
-        CREDENTIAL_PROVIDER_FIELD_DESCRIPTOR* descriptor = nullptr;
-        REQUIRE(stage.Provider()->GetFieldDescriptorAt(index, &descriptor) == S_OK);
-        CHECK(descriptor->dwFieldID == index);
-        CHECK(descriptor->cpft == rows[index].type);
-        CHECK(std::wstring(descriptor->pszLabel) == rows[index].label);
-        CHECK(descriptor->guidFieldType == rows[index].guid);
-        CoTaskMemFree(descriptor->pszLabel);
-        CoTaskMemFree(descriptor);
-    }
-}
-
-TEST_CASE("A field behind the last one has no descriptor")
-{
-    Stage stage;
-    auto* descriptor = reinterpret_cast<CREDENTIAL_PROVIDER_FIELD_DESCRIPTOR*>(&stage);
-    CHECK(stage.Provider()->GetFieldDescriptorAt(7, &descriptor) == E_INVALIDARG);
-    CHECK(descriptor == nullptr);
 }
 
 TEST_CASE("The logon screen shows the domain users in their order and the Other user tile last")
@@ -402,62 +353,4 @@ TEST_CASE("A tile that LogonUI still holds outlives the list it was in")
     GiveUsers(stage, nullptr);
     stage.AskTileCount();
     CHECK(stage.TileAt(0).Text(1) == L"Sign in with security key");
-}
-
-TEST_CASE("The provider's sink reaches tiles that exist already")
-{
-    StageOptions options;
-    options.advisesProvider = false;
-    Stage stage(options);
-    stage.Open();
-    const ComRef<ProviderEvents> sink = ProviderEvents::Make();
-    CHECK(stage.Provider()->Advise(sink.Get(), 77) == S_OK);
-    CHECK(stage.log.Has("INFO",
-                        "Advise: provider event sink installed (2 existing tile(s) updated)."));
-    stage.SignIn();
-    REQUIRE(sink->Changes().size() == 1);
-    CHECK(sink->Changes()[0].context == 77);
-    CHECK(stage.Provider()->UnAdvise() == S_OK);
-    CHECK(sink->References() == 1);
-}
-
-TEST_CASE("Advising a provider before it has tiles is noted so")
-{
-    Stage stage;
-    stage.Open();
-    CHECK(stage.log.Has("INFO",
-                        "Advise: provider event sink installed (0 existing tile(s) updated)."));
-}
-
-TEST_CASE("Advising a null sink clears the sink of provider and tiles")
-{
-    Stage stage;
-    stage.Open();
-    CHECK(stage.Provider()->Advise(nullptr, 0) == S_OK);
-    CHECK(
-        stage.log.Has("INFO", "Advise: provider event sink cleared (2 existing tile(s) updated)."));
-    CHECK(stage.Sink()->References() == 1);
-}
-
-TEST_CASE("Unadvising a provider takes its sink from the tiles without a line in the log")
-{
-    Stage stage;
-    stage.Open();
-    stage.log.Forget();
-    CHECK(stage.Provider()->UnAdvise() == S_OK);
-    CHECK(stage.Sink()->References() == 1);
-    CHECK(stage.log.Lines().empty());
-}
-
-TEST_CASE("A second sink replaces the first")
-{
-    Stage stage;
-    stage.Open();
-    const ComRef<ProviderEvents> second = ProviderEvents::Make();
-    CHECK(stage.Provider()->Advise(second.Get(), 2) == S_OK);
-    CHECK(stage.Sink()->References() == 1);
-    stage.SignIn();
-    CHECK(second->Changes().size() == 1);
-    CHECK(stage.Sink()->Changes().empty());
-    stage.Provider()->UnAdvise();
 }
