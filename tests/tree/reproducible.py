@@ -36,6 +36,6 @@ with tempfile.TemporaryDirectory(prefix="a folder elsewhere ") as elsewhere:
     run(["cmake", "--build", "build/mingw", "--parallel", str(os.cpu_count()), "--target", NAME],
         elsewhere)
     first = digest(sys.argv[1])
-    second = digest(os.path.join(elsewhere, "build", "mingw", "src", NAME + ".dll"))
+    second = digest(os.path.join(elsewhere, "build", "mingw", "bin", NAME + ".dll"))
 tree.finish([] if first == second else [f"SHA-256 {first} here, {second} elsewhere"],
             "Something in the build depends on the folder, the time or the process.")
