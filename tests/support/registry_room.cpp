@@ -103,9 +103,12 @@ void RegistryRoom::SetString(const wchar_t* name, const std::wstring& value, DWO
 void RegistryRoom::SetBytes(const wchar_t* name, DWORD type,
                             const std::vector<unsigned char>& value)
 {
+    // A text is stored with one character more when that happens to be a NUL.
+    std::vector<unsigned char> guarded = value;
+    guarded.insert(guarded.end(), {'x', 'x'});
     HKEY key = nullptr;
     RegCreateKeyExW(root_, kSettingsPath, 0, nullptr, 0, KEY_SET_VALUE, nullptr, &key, nullptr);
-    RegSetValueExW(key, name, 0, type, value.data(), static_cast<DWORD>(value.size()));
+    RegSetValueExW(key, name, 0, type, guarded.data(), static_cast<DWORD>(value.size()));
     RegCloseKey(key);
 }
 

@@ -4,51 +4,18 @@
 
 #include <doctest.h>
 
-#include <cstdint>
-#include <cstring>
 #include <string>
 #include <vector>
 
 #include "imports/import_table.h"
 #include "sclogon/csp_info.h"
+#include "support/raw_block.h"
 
 using namespace kelvor;
 using kelvor::simulator::ImportPatch;
+using Block = kelvor::test::RawBlock;
 
 namespace {
-
-// Reads blocks at raw offsets, as LSA does, without the structures that wrote them.
-class Block {
- public:
-    explicit Block(std::vector<unsigned char> bytes) : bytes_(std::move(bytes)) {}
-    Block(const BYTE* bytes, std::size_t sizeBytes) : bytes_(bytes, bytes + sizeBytes) {}
-
-    unsigned At16(std::size_t offset) const { return At<std::uint16_t>(offset); }
-    unsigned At32(std::size_t offset) const { return At<std::uint32_t>(offset); }
-    std::uint64_t At64(std::size_t offset) const { return At<std::uint64_t>(offset); }
-    // The NUL-terminated text at a byte offset.
-    std::wstring TextAt(std::size_t offset) const
-    {
-        std::wstring text;
-        for (; At16(offset) != 0; offset += 2) {
-            text += static_cast<wchar_t>(At16(offset));
-        }
-        return text;
-    }
-    std::size_t Size() const { return bytes_.size(); }
-
- private:
-    template <class T>
-    T At(std::size_t offset) const
-    {
-        REQUIRE(offset + sizeof(T) <= bytes_.size());
-        T value;
-        std::memcpy(&value, bytes_.data() + offset, sizeof value);
-        return value;
-    }
-
-    std::vector<unsigned char> bytes_;
-};
 
 Block Pack(const std::wstring& domain, const std::wstring& user, const std::wstring& pin,
            const std::vector<unsigned char>& cspInfo)
