@@ -22,7 +22,9 @@ Block Pack(const std::wstring& domain, const std::wstring& user, const std::wstr
 {
     const TaskMemory<BYTE> block = PackCertificateLogon(domain, user, pin, cspInfo);
     REQUIRE(block);
-    return Block(block.Get(), 78 + 2 * (domain.size() + user.size() + pin.size()) + cspInfo.size());
+    const std::size_t sizeBytes =
+        78 + 2 * (domain.size() + user.size() + pin.size()) + cspInfo.size();
+    return Block(std::vector<unsigned char>(block.Get(), block.Get() + sizeBytes));
 }
 
 }  // namespace
