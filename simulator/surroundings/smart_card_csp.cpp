@@ -28,11 +28,13 @@ void AttachKeyInfo(const CERT_CONTEXT* context, const CardCertificate& certifica
     CertSetCertificateContextProperty(context, CERT_KEY_PROV_INFO_PROP_ID, 0, &info);
 }
 
+// A memory store enumerates what was added last first.
 HCERTSTORE MakeStore(const std::vector<CardCertificate>& certificates)
 {
     const HCERTSTORE store =
         CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, CERT_STORE_CREATE_NEW_FLAG, nullptr);
-    for (const CardCertificate& certificate : certificates) {
+    for (auto next = certificates.rbegin(); next != certificates.rend(); ++next) {
+        const CardCertificate& certificate = *next;
         const CERT_CONTEXT* context = nullptr;
         if (CertAddEncodedCertificateToStore(store, X509_ASN_ENCODING, certificate.der.data(),
                                              static_cast<DWORD>(certificate.der.size()),

@@ -4,24 +4,22 @@
 #include <vector>
 
 #include "build_failure.h"
-#include "support/raw_block.h"
+#include "collected_logon.h"
 #include "support/readable_failures.h"
 #include "support/stage.h"
 
-using kelvor::simulator::CardCertificate;
 using kelvor::simulator::ImportPatch;
 using kelvor::simulator::ReaderCard;
 using kelvor::test::Answer;
 using kelvor::test::BuildFailed;
 using kelvor::test::BuildSucceeded;
-using kelvor::test::MakeCertificate;
+using kelvor::test::CollectLogon;
 using kelvor::test::RawBlock;
 using kelvor::test::Stage;
 using kelvor::test::StageOptions;
 
 namespace {
 
-constexpr const char* kNoAccount = "the security key did not identify an account for this PC";
 constexpr const char* kNoKerberos =
     "Windows could not start a domain sign-in on this PC — try again, or contact IT";
 
@@ -36,24 +34,6 @@ std::vector<std::string> BuildLines(Stage& stage)
     return lines;
 }
 
-RawBlock SignInAndCollect(Stage& stage)
-{
-    stage.SignIn();
-    const Answer answer = stage.Collect();
-    REQUIRE(answer.response == CPGSR_RETURN_CREDENTIAL_FINISHED);
-    return RawBlock(answer.buffer);
-}
-
-std::wstring Domain(const RawBlock& logon)
-{
-    return logon.TextAt(logon.At64(16), logon.At16(8));
-}
-
-std::wstring User(const RawBlock& logon)
-{
-    return logon.TextAt(logon.At64(32), logon.At16(24));
-}
-
 RawBlock CspInfo(const RawBlock& logon)
 {
     return logon.From(logon.At64(64), logon.At32(60));
@@ -65,27 +45,11 @@ std::wstring CspName(const RawBlock& cspInfo, std::size_t offsetField)
     return cspInfo.TextAt(40 + 2 * cspInfo.At32(offsetField));
 }
 
-// The card service arms the card for this account; the card's certificate names nobody.
-void ArmNameless(Stage& stage, const std::string& upn)
-{
-    stage.service.Answers("armorprovision", R"({"ok":true,"upn":")" + upn + "\"}");
-    stage.csp.SetCertificates({{.der = MakeCertificate({.upn = std::nullopt}), .container = L"c"}});
-}
-
 StageOptions OtherUser()
 {
     StageOptions options;
     options.otherUser = true;
     return options;
-}
-
-bool AccountMissing(Stage& stage, const std::string& tile, const std::string& certificate,
-                    const std::string& resolved)
-{
-    return stage.log.Has("ERROR", "sclogon: no account name for the logon buffer (tile='" + tile +
-                                      "', certUpn='" + certificate + "', resolved='" + resolved +
-                                      "') - Kerberos would refuse it as unnamed.") &&
-           BuildFailed(stage, "0x8007089A", kNoAccount);
 }
 
 // Fails the allocation of a block as large as a logon buffer; the strings for LogonUI are smaller.
@@ -153,7 +117,7 @@ TEST_CASE("A build without a PIN says so")
 TEST_CASE("The collected logon has every field at its offset")
 {
     Stage stage;
-    const RawBlock logon = SignInAndCollect(stage);
+    const RawBlock logon = CollectLogon(stage);
     CHECK(logon.Size() == 366);
     CHECK(logon.At32(0) == 13);
     CHECK(logon.At16(8) == 24);
@@ -173,7 +137,7 @@ TEST_CASE("The collected logon has every field at its offset")
 TEST_CASE("The gaps of the collected logon are zero")
 {
     Stage stage;
-    const RawBlock logon = SignInAndCollect(stage);
+    const RawBlock logon = CollectLogon(stage);
     CHECK(logon.At32(4) == 0);
     CHECK(logon.At32(12) == 0);
     CHECK(logon.At32(28) == 0);
@@ -183,18 +147,10 @@ TEST_CASE("The gaps of the collected logon are zero")
     CHECK(logon.At16(110) == 0);
 }
 
-TEST_CASE("The logon names the user and the DNS domain of the card, not the tile's NetBIOS domain")
-{
-    Stage stage;
-    const RawBlock logon = SignInAndCollect(stage);
-    CHECK(Domain(logon) == L"corp.example");
-    CHECK(User(logon) == L"alice");
-}
-
 TEST_CASE("The logon tells LSA card, reader, container and provider")
 {
     Stage stage;
-    const RawBlock cspInfo = CspInfo(SignInAndCollect(stage));
+    const RawBlock cspInfo = CspInfo(CollectLogon(stage));
     CHECK(cspInfo.At32(0) == cspInfo.Size());
     CHECK(cspInfo.At32(4) == 1);
     CHECK(cspInfo.At64(8) == 0);
@@ -211,7 +167,7 @@ TEST_CASE("A card without a name stands in the logon as an empty one at characte
 {
     Stage stage;
     stage.reader.SetReaders({{L"Kelvor Virtual Smart Card Reader 0", ReaderCard{}}});
-    const RawBlock cspInfo = CspInfo(SignInAndCollect(stage));
+    const RawBlock cspInfo = CspInfo(CollectLogon(stage));
     CHECK(cspInfo.At32(24) == 2);
     CHECK(cspInfo.At32(28) == 3);
     CHECK(CspName(cspInfo, 24).empty());
@@ -221,83 +177,9 @@ TEST_CASE("A pinned container is used and the card's certificates are not read")
 {
     Stage stage;
     stage.settings.SetString(L"Container", L"pinned");
-    const RawBlock cspInfo = CspInfo(SignInAndCollect(stage));
+    const RawBlock cspInfo = CspInfo(CollectLogon(stage));
     CHECK(CspName(cspInfo, 32) == L"pinned");
     CHECK(stage.csp.Calls().Calls().empty());
-}
-
-TEST_CASE("The hint about a pinned container names the logon's account")
-{
-    Stage stage;
-    stage.settings.SetString(L"Container", L"pinned");
-    stage.settings.SetString(L"ContainerUpn", L"ALICE@CORP.EXAMPLE");
-    const RawBlock logon = SignInAndCollect(stage);
-    CHECK(Domain(logon) == L"CORP.EXAMPLE");
-    CHECK(User(logon) == L"ALICE");
-}
-
-TEST_CASE("Without a UPN on the card the key's account is named")
-{
-    Stage stage;
-    ArmNameless(stage, "alice@corp.example");
-    const RawBlock logon = SignInAndCollect(stage);
-    CHECK(Domain(logon) == L"corp.example");
-    CHECK(User(logon) == L"alice");
-}
-
-TEST_CASE("An account without an at-sign leaves the tile's names")
-{
-    Stage stage;
-    stage.directory.SetUpn(std::nullopt);
-    ArmNameless(stage, "alice");
-    const RawBlock logon = SignInAndCollect(stage);
-    CHECK(Domain(logon) == L"CORP");
-    CHECK(User(logon) == L"alice");
-}
-
-TEST_CASE("An account that ends in an at-sign leaves the tile's names")
-{
-    Stage stage;
-    stage.directory.SetUpn(std::nullopt);
-    ArmNameless(stage, "alice@");
-    const RawBlock logon = SignInAndCollect(stage);
-    CHECK(Domain(logon) == L"CORP");
-    CHECK(User(logon) == L"alice");
-}
-
-TEST_CASE("On the Other user tile an account without an at-sign is the user, without a domain")
-{
-    Stage stage(OtherUser());
-    ArmNameless(stage, "alice");
-    const RawBlock logon = SignInAndCollect(stage);
-    CHECK(Domain(logon).empty());
-    CHECK(User(logon) == L"alice");
-}
-
-TEST_CASE("On the Other user tile an account that ends in an at-sign is the user, whole")
-{
-    Stage stage(OtherUser());
-    ArmNameless(stage, "alice@");
-    const RawBlock logon = SignInAndCollect(stage);
-    CHECK(User(logon) == L"alice@");
-}
-
-TEST_CASE("An account that begins with an at-sign names nobody")
-{
-    Stage stage;
-    ArmNameless(stage, "@corp.example");
-    stage.SignIn();
-    CHECK(AccountMissing(stage, "CORP\\alice", "", "@corp.example"));
-}
-
-TEST_CASE("A certificate that begins with an at-sign names nobody")
-{
-    Stage stage(OtherUser());
-    stage.service.Answers("armorprovision", R"({"ok":true,"upn":"@corp.example"})");
-    stage.csp.SetCertificates(
-        {{.der = MakeCertificate({.upn = "@corp.example"}), .container = L"c"}});
-    stage.SignIn();
-    CHECK(AccountMissing(stage, "\\", "@corp.example", "@corp.example"));
 }
 
 TEST_CASE("With the gate off nothing is armed and no static PIN is used")
