@@ -1,12 +1,11 @@
 // Which of a key's accounts are offered after the server's verdict, and what a key that may not
 // sign in at all is told.
 
-#include <doctest.h>
-
 #include <string>
 #include <vector>
 
 #include "arm_failure.h"
+#include "support/readable_failures.h"
 #include "support/stage.h"
 
 using namespace kelvor;
@@ -271,5 +270,5 @@ TEST_CASE("A verdict that cannot be had says nothing to the user")
     Stage stage;
     stage.service.Answers("filteraccounts", Reply::HangUp());
     stage.SignIn();
-    CHECK((stage.Status() == L"Signing in…"));
+    CHECK(stage.Status() == L"Signing in…");
 }

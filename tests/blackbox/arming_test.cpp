@@ -1,11 +1,10 @@
 // Which of a key's accounts the card is armed for, and how the arming ends.
 
-#include <doctest.h>
-
 #include <string>
 #include <vector>
 
 #include "arm_failure.h"
+#include "support/readable_failures.h"
 #include "support/stage.h"
 
 using namespace kelvor;
@@ -35,20 +34,17 @@ bool Armed(Stage& stage, const char* id)
                std::string::npos;
 }
 
-constexpr const char* kNamedLine =
-    "fidopin(arm): this key holds 2 accounts that can sign in here; using the one this tile names.";
-constexpr const char* kCannotTellLine =
-    "fidopin(arm): this key holds 2 accounts that can sign in here and nothing here can tell which one the tile means; submitting the first and letting the resolved-UPN check rule on it. The \"Other user\" tile offers a choice.";
-constexpr const char* kNoneLine =
-    "fidopin(arm): this key holds 2 accounts that can sign in here and none of them is the one this tile names - refusing before anything is armed.";
-
 }  // namespace
 
 TEST_CASE("Of several accounts the one that the tile names is armed")
 {
     Stage stage;
     SignInWith(stage, {"bob@corp.example", "CORP\\alice"});
-    CHECK(stage.log.Count("INFO", kNamedLine) == 1);
+    CHECK(
+        stage.log.Count(
+            "INFO",
+            "fidopin(arm): this key holds 2 accounts that can sign in here; using the one this tile names.") ==
+        1);
     CHECK(Armed(stage, "Ag=="));
 }
 
@@ -56,7 +52,9 @@ TEST_CASE("Of several accounts the one with the tile's short name is armed")
 {
     Stage stage;
     SignInWith(stage, {"CORP\\bob", "ALICE@corp.example"});
-    CHECK(stage.log.Has("INFO", kNamedLine));
+    CHECK(stage.log.Has(
+        "INFO",
+        "fidopin(arm): this key holds 2 accounts that can sign in here; using the one this tile names."));
     CHECK(Armed(stage, "Ag=="));
 }
 
@@ -72,7 +70,11 @@ TEST_CASE("A key with several accounts of others arms none of them")
 {
     Stage stage;
     SignInWith(stage, {"CORP\\bob", "carol@corp.example"});
-    CHECK(stage.log.Count("ERROR", kNoneLine) == 1);
+    CHECK(
+        stage.log.Count(
+            "ERROR",
+            "fidopin(arm): this key holds 2 accounts that can sign in here and none of them is the one this tile names - refusing before anything is armed.") ==
+        1);
     CHECK(ArmFailed(
         stage, "0x8007089A",
         "that security key is enrolled to a different account — use the \"Other user\" tile, or the tile for the account the key belongs to"));
@@ -83,7 +85,11 @@ TEST_CASE("An unnamed account might be the tile's, so the first is sent")
 {
     Stage stage;
     SignInWith(stage, {"CORP\\bob", ""});
-    CHECK(stage.log.Count("WARN", kCannotTellLine) == 1);
+    CHECK(
+        stage.log.Count(
+            "WARN",
+            "fidopin(arm): this key holds 2 accounts that can sign in here and nothing here can tell which one the tile means; submitting the first and letting the resolved-UPN check rule on it. The \"Other user\" tile offers a choice.") ==
+        1);
     CHECK(Armed(stage, "AQ=="));
 }
 
@@ -91,7 +97,9 @@ TEST_CASE("Two accounts with the tile's short name cannot be told apart, so the 
 {
     Stage stage;
     SignInWith(stage, {"alice@other.example", "CORP\\alice"});
-    CHECK(stage.log.Has("WARN", kCannotTellLine));
+    CHECK(stage.log.Has(
+        "WARN",
+        "fidopin(arm): this key holds 2 accounts that can sign in here and nothing here can tell which one the tile means; submitting the first and letting the resolved-UPN check rule on it. The \"Other user\" tile offers a choice."));
     CHECK(Armed(stage, "AQ=="));
 }
 
@@ -131,7 +139,7 @@ TEST_CASE("The tile asks for the touch until the key is touched")
     stage.TypePin();
     stage.Click();
     REQUIRE(stage.key.WaitForTouchPrompt());
-    CHECK((stage.Status() == L"Touch your security key now — it should be flashing."));
+    CHECK(stage.Status() == L"Touch your security key now — it should be flashing.");
     stage.key.Touch();
     stage.WaitForWorker();
 }
@@ -146,7 +154,7 @@ TEST_CASE("The tile says that it signs in before the card service is asked to ar
     stage.TypePin();
     stage.Click();
     REQUIRE(stage.service.WaitForRequest("armorprovision"));
-    CHECK((stage.Status() == L"Signing in…"));
+    CHECK(stage.Status() == L"Signing in…");
     stage.service.Proceed();
     stage.WaitForWorker();
 }
@@ -156,7 +164,7 @@ TEST_CASE("A key of another account never makes the tile say that it signs in")
     Stage stage;
     SignInWith(stage, {"CORP\\bob", "CORP\\carol"});
     for (const std::wstring& status : stage.TheTile().Events().Statuses()) {
-        CHECK_FALSE((status == L"Signing in…"));
+        CHECK_FALSE(status == L"Signing in…");
     }
 }
 

@@ -1,11 +1,10 @@
 // From the challenge to the key's statements: what the key is asked, and what its answer leads to.
 
-#include <doctest.h>
-
 #include <string>
 #include <vector>
 
 #include "arm_failure.h"
+#include "support/readable_failures.h"
 #include "support/stage.h"
 
 using namespace kelvor;
@@ -89,7 +88,7 @@ TEST_CASE("A PC without the settings key is not set up, and nobody is asked")
     CHECK(stage.log.Has(
         "ERROR",
         "GetSerialization: the tap failed hr=0x80004005 (this PC is not set up for security-key sign-in — contact IT)"));
-    CHECK((stage.Status() == L"this PC is not set up for security-key sign-in — contact IT"));
+    CHECK(stage.Status() == L"this PC is not set up for security-key sign-in — contact IT");
     CHECK(stage.service.Requests().empty());
 }
 
@@ -189,7 +188,7 @@ TEST_CASE("The key signs the challenge's hash and is given nothing else")
 {
     Stage stage;
     const TapRequest tap = TapFor(stage, Challenge(kNonce, kHash));
-    CHECK((tap.clientDataHash == std::vector<unsigned char>(32, 0x43)));
+    CHECK(tap.clientDataHash == std::vector<unsigned char>(32, 0x43));
     CHECK(tap.otherArgumentsEmpty);
 }
 
@@ -289,7 +288,7 @@ TEST_CASE("Only the first statement's flags are asked for")
     stage.SignIn();
     const auto calls = stage.key.Calls().Calls("prov_assert_hmac_flags");
     REQUIRE(calls.size() == 1);
-    CHECK((calls.front().argument == L"0"));
+    CHECK(calls.front().argument == L"0");
 }
 
 TEST_CASE("An unverified answer is given back to the key's library once")

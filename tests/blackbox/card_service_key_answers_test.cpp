@@ -1,11 +1,10 @@
 // What the card service's answers about a security key lead to: provchallenge, filteraccounts,
 // armorprovision.
 
-#include <doctest.h>
-
 #include <string>
 
 #include "arm_failure.h"
+#include "support/readable_failures.h"
 #include "support/stage.h"
 
 using namespace kelvor;

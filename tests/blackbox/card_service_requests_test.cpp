@@ -1,9 +1,8 @@
 // The request lines that sign-ins send to the card service.
 
-#include <doctest.h>
-
 #include <string>
 
+#include "support/readable_failures.h"
 #include "support/stage.h"
 
 using namespace kelvor;

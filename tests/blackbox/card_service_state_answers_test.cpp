@@ -1,11 +1,10 @@
 // What the card service's answers about its card lead to: status, provision, disarm.
 
-#include <doctest.h>
-
 #include <string>
 
 #include "arm_failure.h"
 #include "handle.h"
+#include "support/readable_failures.h"
 #include "support/stage.h"
 
 using namespace kelvor;

@@ -114,7 +114,8 @@ class Stage {
     void TypePin(const wchar_t* pin = kWidePin);
     // GetSerialization. The worker it starts, if any, is the one that WaitForWorker waits for.
     Answer Click();
-    // Waits until the last click's worker thread has ended; fails the test after ten seconds.
+    // Waits until the last click's worker thread has ended; fails the test after forty
+    // seconds.
     void WaitForWorker();
     // Select, type the PIN, click, and wait for the worker's end, whatever it is.
     void SignIn();

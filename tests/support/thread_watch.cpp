@@ -7,7 +7,7 @@ namespace {
 
 std::atomic<ThreadWatch*> active{nullptr};
 
-constexpr DWORD kPatienceMs = 10'000;
+constexpr DWORD kPatienceMs = 40'000;
 
 }  // namespace
 

@@ -26,7 +26,7 @@ class ThreadWatch {
     // Threads started so far; each is known by its number in this order.
     std::size_t Started() const;
     DWORD IdOf(std::size_t thread) const;
-    // Waits for the end of one thread, of all from one number on; false after ten seconds.
+    // Waits for the end of one thread, of all from one number on; false after forty seconds.
     bool Join(std::size_t thread) const;
     bool JoinFrom(std::size_t first) const;
     bool HasEnded(std::size_t thread) const;
