@@ -251,8 +251,11 @@ std::size_t FakeKey::StrayFrees() const
 
 unsigned char FakeKey::HmacByte(unsigned char seed, std::size_t index) noexcept
 {
-    // Any odd-stepped sequence will do, as long as no two seeds give the same bytes.
-    return static_cast<unsigned char>(seed * 97 + index * 53 + 29);
+    // Volatile, so that the bytes are made one at a time: a vector register full of them would be
+    // spilled to the stack, and this process must keep no copy.
+    static const volatile unsigned kStep = 2'654'435'761U;
+    const unsigned mixed = (seed * 64U + static_cast<unsigned>(index) + 1U) * kStep;
+    return static_cast<unsigned char>(mixed >> 21 ^ mixed >> 13);
 }
 
 std::string FakeKey::HmacBase64(unsigned char seed, std::size_t sizeBytes)

@@ -13,46 +13,69 @@ bool CanRead(const MEMORY_BASIC_INFORMATION& region)
            (region.Protect & PAGE_GUARD) == 0;
 }
 
-std::string Place(const ForbiddenBytes& forbidden, const unsigned char* at,
-                  const MEMORY_BASIC_INFORMATION& region)
+std::string Place(const ForbiddenBytes& run, std::size_t piece, const unsigned char* at)
 {
     char line[160] = {};
-    std::snprintf(line, sizeof line, "%s at %p (region of %p, %zu bytes, protection 0x%lX)",
-                  forbidden.Name().c_str(), static_cast<const void*>(at), region.AllocationBase,
-                  static_cast<std::size_t>(region.RegionSize), region.Protect);
+    std::snprintf(line, sizeof line, "%s, piece %zu, at %p", run.Name().c_str(), piece,
+                  static_cast<const void*>(at));
     return line;
 }
 
-void SearchRegion(const MEMORY_BASIC_INFORMATION& region,
-                  const std::vector<ForbiddenBytes>& forbidden, std::vector<std::string>& places)
+// A secret that was copied went through vector registers, and a system call saves those; Wine does
+// so in memory of the process, where Windows has its kernel. They are given other values, and saved
+// once more. (Values other than zero: registers full of zeros need no saving.)
+void OverwriteSavedRegisters()
 {
-    const auto* begin = static_cast<const unsigned char*>(region.BaseAddress);
+    __asm__ volatile(
+        "pcmpeqd %%xmm0, %%xmm0\n pcmpeqd %%xmm1, %%xmm1\n pcmpeqd %%xmm2, %%xmm2\n"
+        "pcmpeqd %%xmm3, %%xmm3\n pcmpeqd %%xmm4, %%xmm4\n pcmpeqd %%xmm5, %%xmm5\n"
+        "pcmpeqd %%xmm6, %%xmm6\n pcmpeqd %%xmm7, %%xmm7\n pcmpeqd %%xmm8, %%xmm8\n"
+        "pcmpeqd %%xmm9, %%xmm9\n pcmpeqd %%xmm10, %%xmm10\n pcmpeqd %%xmm11, %%xmm11\n"
+        "pcmpeqd %%xmm12, %%xmm12\n pcmpeqd %%xmm13, %%xmm13\n pcmpeqd %%xmm14, %%xmm14\n"
+        "pcmpeqd %%xmm15, %%xmm15\n"
+        :
+        :
+        : "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7", "xmm8", "xmm9", "xmm10",
+          "xmm11", "xmm12", "xmm13", "xmm14", "xmm15");
+    SwitchToThread();
+}
+
+}  // namespace
+
+ForbiddenSearch::ForbiddenSearch(const std::vector<ForbiddenBytes>& forbidden)
+{
     for (const ForbiddenBytes& run : forbidden) {
-        if (region.RegionSize < run.Size()) {
-            continue;
+        for (std::size_t piece = 0; piece < run.PieceCount(); ++piece) {
+            byMaskedStart_[run.MaskedStart(piece)].push_back({&run, piece});
         }
-        const unsigned char* last = begin + (region.RegionSize - run.Size());
-        for (const unsigned char* at = begin; at <= last; ++at) {
-            if ((*at ^ ForbiddenBytes::kMask) == run.FirstMasked() && run.StandAt(at)) {
-                places.push_back(Place(run, at, region));
+    }
+}
+
+void ForbiddenSearch::Look(const unsigned char* memory, std::size_t sizeBytes,
+                           std::vector<std::string>& places) const
+{
+    for (std::size_t at = 0; at + ForbiddenBytes::kPieceBytes <= sizeBytes; ++at) {
+        for (const Candidate& candidate : byMaskedStart_[memory[at] ^ ForbiddenBytes::kMask]) {
+            if (candidate.run->PieceStandsAt(candidate.piece, memory + at)) {
+                places.push_back(Place(*candidate.run, candidate.piece, memory + at));
             }
         }
     }
 }
 
-}  // namespace
-
 std::vector<std::string> FindInMemory(const std::vector<ForbiddenBytes>& forbidden)
 {
+    OverwriteSavedRegisters();
+    const ForbiddenSearch search(forbidden);
     std::vector<std::string> places;
-    places.reserve(64);
     MEMORY_BASIC_INFORMATION region = {};
     const unsigned char* next = nullptr;
     while (VirtualQuery(next, &region, sizeof region) == sizeof region) {
-        if (CanRead(region)) {
-            SearchRegion(region, forbidden, places);
-        }
         next = static_cast<const unsigned char*>(region.BaseAddress) + region.RegionSize;
+        if (CanRead(region)) {
+            search.Look(static_cast<const unsigned char*>(region.BaseAddress), region.RegionSize,
+                        places);
+        }
     }
     return places;
 }

@@ -2,17 +2,21 @@
 
 #include <windows.h>
 
+#include <array>
 #include <cstddef>
 #include <string>
 #include <vector>
 
 namespace kelvor::test {
 
-// A run of bytes that must not be found in memory. Held masked, so that the search does not find
-// this very object.
+// A run of bytes of which not even a piece may be found in memory. Held masked, so that the search
+// does not find this very object.
 class ForbiddenBytes {
  public:
-    // `byteAt` gives the bytes one at a time, so that nobody need hold them.
+    // Freed memory loses its first bytes to the heap's own lists: each piece of this length counts.
+    static constexpr std::size_t kPieceBytes = 16;
+
+    // `byteAt` gives the bytes one at a time, so that nobody need hold them. At least one piece.
     template <class ByteAt>
     ForbiddenBytes(std::string name, std::size_t sizeBytes, ByteAt&& byteAt)
         : name_(std::move(name)), masked_(sizeBytes)
@@ -23,27 +27,57 @@ class ForbiddenBytes {
     }
 
     const std::string& Name() const noexcept { return name_; }
-    std::size_t Size() const noexcept { return masked_.size(); }
-    // Whether the bytes stand at `memory`, which holds at least Size() of them.
-    bool StandAt(const unsigned char* memory) const noexcept
+    // The pieces follow one another; the last one ends with the run and may overlap the one before.
+    std::size_t PieceCount() const noexcept
     {
+        return (masked_.size() + kPieceBytes - 1) / kPieceBytes;
+    }
+    // Whether a piece stands at `memory`, which holds at least one piece's length.
+    bool PieceStandsAt(std::size_t piece, const unsigned char* memory) const noexcept
+    {
+        const unsigned char* masked = Piece(piece);
         std::size_t i = 0;
-        while (i < masked_.size() && (memory[i] ^ kMask) == masked_[i]) {
+        while (i < kPieceBytes && (memory[i] ^ kMask) == masked[i]) {
             ++i;
         }
-        return i == masked_.size();
+        return i == kPieceBytes;
     }
-    unsigned char FirstMasked() const noexcept { return masked_.front(); }
+    // The first byte of a piece, masked.
+    unsigned char MaskedStart(std::size_t piece) const noexcept { return *Piece(piece); }
     static constexpr unsigned char kMask = 0xA7;
 
  private:
+    const unsigned char* Piece(std::size_t piece) const noexcept
+    {
+        const std::size_t offset = piece * kPieceBytes;
+        const std::size_t last = masked_.size() - kPieceBytes;
+        return masked_.data() + (offset < last ? offset : last);
+    }
+
     std::string name_;
     std::vector<unsigned char> masked_;
 };
 
+// Looks for forbidden pieces, at any place.
+class ForbiddenSearch {
+ public:
+    // `forbidden` has to outlive the search.
+    explicit ForbiddenSearch(const std::vector<ForbiddenBytes>& forbidden);
+
+    // One line for each piece found in `sizeBytes` bytes at `memory`.
+    void Look(const unsigned char* memory, std::size_t sizeBytes,
+              std::vector<std::string>& places) const;
+
+ private:
+    struct Candidate {
+        const ForbiddenBytes* run;
+        std::size_t piece;
+    };
+    std::array<std::vector<Candidate>, 256> byMaskedStart_;
+};
+
 // Looks through all memory of this process that can be read: heaps, stacks, data, mapped files.
-// Answers one line for each place where one of the forbidden runs stands. To be called while no
-// other thread allocates.
+// Answers one line for each piece found. To be called while no other thread allocates.
 std::vector<std::string> FindInMemory(const std::vector<ForbiddenBytes>& forbidden);
 
 }  // namespace kelvor::test
