@@ -1,0 +1,85 @@
+#include "provider/domain_probe.h"
+
+#include <doctest.h>
+
+#define SECURITY_WIN32
+#include <security.h>
+// windows.h and security.h first: this one relies on them.
+#include <dsgetdc.h>
+
+#include <cwchar>
+#include <string>
+
+#include "handle.h"
+#include "imports/import_table.h"
+
+using namespace kelvor;
+using kelvor::simulator::ImportPatch;
+
+namespace {
+
+const wchar_t* directoryUpn = nullptr;  // null: the directory cannot map the name
+HANDLE probeThread = nullptr;
+HANDLE probeThreadKnown = nullptr;
+
+DWORD WINAPI FindDomainController(LPCWSTR /*computer*/, LPCWSTR /*domain*/, GUID* /*domainId*/,
+                                  LPCWSTR /*site*/, ULONG /*flags*/,
+                                  PDOMAIN_CONTROLLER_INFOW* found)
+{
+    *found = nullptr;
+    return ERROR_SUCCESS;
+}
+
+BOOLEAN WINAPI MapName(LPCWSTR /*name*/, EXTENDED_NAME_FORMAT /*from*/, EXTENDED_NAME_FORMAT /*to*/,
+                       LPWSTR upn, PULONG capacityChars)
+{
+    probeThread = OpenThread(SYNCHRONIZE, FALSE, GetCurrentThreadId());
+    SetEvent(probeThreadKnown);
+    if (directoryUpn == nullptr) {
+        return FALSE;
+    }
+    std::wcsncpy(upn, directoryUpn, *capacityChars);
+    return TRUE;
+}
+
+// Asks the directory for CORP\alice and waits for the answer.
+DirectoryAnswer AskDirectory(const wchar_t* upn)
+{
+    directoryUpn = upn;
+    const HMODULE self = GetModuleHandleW(nullptr);
+    const ImportPatch locator(self, "DsGetDcNameW", &FindDomainController);
+    const ImportPatch translator(self, "TranslateNameW", &MapName);
+    const UniqueKernelObject known(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    probeThreadKnown = known.Get();
+    const Lock lock;
+    DomainProbeSlot probes(lock);
+    probes.Start(L"CORP\\alice");
+    REQUIRE(WaitForSingleObject(known.Get(), 10'000) == WAIT_OBJECT_0);
+    const UniqueKernelObject thread(probeThread);
+    REQUIRE(WaitForSingleObject(thread.Get(), 10'000) == WAIT_OBJECT_0);
+    return probes.Answer();
+}
+
+}  // namespace
+
+TEST_CASE("A name that the directory cannot map is kept with its reason")
+{
+    const DirectoryAnswer answer = AskDirectory(nullptr);
+    CHECK(answer.known);
+    CHECK(answer.domainControllerFound);
+    CHECK(answer.upn.empty());
+    CHECK((answer.reason == L"TranslateName could not map the tile name to a UPN"));
+}
+
+TEST_CASE("An empty UPN from the directory is none")
+{
+    const DirectoryAnswer answer = AskDirectory(L"");
+    CHECK((answer.reason == L"TranslateName could not map the tile name to a UPN"));
+}
+
+TEST_CASE("A mapped name comes without a reason")
+{
+    const DirectoryAnswer answer = AskDirectory(L"alice@corp.example");
+    CHECK((answer.upn == L"alice@corp.example"));
+    CHECK(answer.reason.empty());
+}
