@@ -5,22 +5,13 @@
 namespace kelvor {
 namespace {
 
-std::wstring_view ShortName(std::wstring_view name)
-{
-    const std::size_t backslash = name.rfind(L'\\');
-    if (backslash != std::wstring_view::npos) {
-        name.remove_prefix(backslash + 1);
-    }
-    return name.substr(0, name.find(L'@'));
-}
-
 bool IsTileAccount(std::wstring_view account, std::wstring_view tileUser)
 {
     if (EqualIgnoringCase(account, tileUser)) {
         return true;
     }
-    const std::wstring_view shortAccount = ShortName(account);
-    return !shortAccount.empty() && EqualIgnoringCase(shortAccount, ShortName(tileUser));
+    const std::wstring_view shortAccount = ShortAccountName(account);
+    return !shortAccount.empty() && EqualIgnoringCase(shortAccount, ShortAccountName(tileUser));
 }
 
 }  // namespace
@@ -50,9 +41,13 @@ TileMatch MatchTileAccount(const std::vector<KeyStatement>& statements, std::wst
     return matches == 0 && !unnamedSeen ? TileMatch::kNone : TileMatch::kCannotTell;
 }
 
-std::wstring ShortAccountName(std::wstring_view name)
+std::wstring_view ShortAccountName(std::wstring_view name)
 {
-    return std::wstring(ShortName(name));
+    const std::size_t backslash = name.rfind(L'\\');
+    if (backslash != std::wstring_view::npos) {
+        name.remove_prefix(backslash + 1);
+    }
+    return name.substr(0, name.find(L'@'));
 }
 
 }  // namespace kelvor

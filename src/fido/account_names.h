@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -21,7 +20,7 @@ enum class TileMatch {
 [[nodiscard]] TileMatch MatchTileAccount(const std::vector<KeyStatement>& statements,
                                          std::wstring_view tileUser, std::size_t& index);
 
-// The user's part of `DOMAIN\user` and of `user@domain`.
-[[nodiscard]] std::wstring ShortAccountName(std::wstring_view name);
+// The user's part of `DOMAIN\user` and of `user@domain`; a part of `name` itself.
+[[nodiscard]] std::wstring_view ShortAccountName(std::wstring_view name);
 
 }  // namespace kelvor
