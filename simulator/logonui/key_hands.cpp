@@ -3,20 +3,27 @@
 #include <stdexcept>
 #include <string>
 
+#include "logonui/child_process.h"
 #include "text/utf8.h"
 
 namespace kelvor::simulator {
 namespace {
 
-constexpr wchar_t kKeyLibrary[] = L"KelvorFidoAdLogonFidoNative.dll";
+constexpr wchar_t kKeyLibrary[] = L"\\KelvorFidoAdLogonFidoNative.dll";
+
+HMODULE LoadKey()
+{
+    const std::wstring path = ProgramFolder() + kKeyLibrary;
+    const HMODULE library = LoadLibraryW(path.c_str());
+    if (library == nullptr) {
+        throw std::runtime_error("there is no security-key library " + ToUtf8(path));
+    }
+    return library;
+}
 
 template <class Function>
-Function Resolve(const char* name)
+Function Resolve(HMODULE library, const char* name)
 {
-    const HMODULE library = GetModuleHandleW(kKeyLibrary);
-    if (library == nullptr) {
-        throw std::runtime_error("the provider has not loaded a security-key library");
-    }
     const FARPROC address = GetProcAddress(library, name);
     if (address == nullptr) {
         throw std::runtime_error(std::string("the security-key library has no hands: it lacks ") +
@@ -28,12 +35,13 @@ Function Resolve(const char* name)
 }  // namespace
 
 KeyHands::KeyHands()
-    : problem_(Resolve<simkey_problem_fn>("simkey_problem")),
-      insert_(Resolve<simkey_insert_fn>("simkey_insert")),
-      remove_(Resolve<simkey_remove_fn>("simkey_remove")),
-      touch_(Resolve<simkey_touch_fn>("simkey_touch")),
-      waitsForTouch_(Resolve<simkey_waits_for_touch_fn>("simkey_waits_for_touch"))
 {
+    const HMODULE library = LoadKey();
+    problem_ = Resolve<simkey_problem_fn>(library, "simkey_problem");
+    insert_ = Resolve<simkey_insert_fn>(library, "simkey_insert");
+    remove_ = Resolve<simkey_remove_fn>(library, "simkey_remove");
+    touch_ = Resolve<simkey_touch_fn>(library, "simkey_touch");
+    waitsForTouch_ = Resolve<simkey_waits_for_touch_fn>(library, "simkey_waits_for_touch");
 }
 
 void KeyHands::Insert(bool nfc)

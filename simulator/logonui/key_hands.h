@@ -6,9 +6,10 @@
 
 namespace kelvor::simulator {
 
-// The hands of the person at the PC on the software security key that the provider has loaded into
-// this process. Throws std::runtime_error when the loaded library is not the simulator's, or when
-// the key refuses.
+// The software security key that lies beside this program, and the hands of the person at the PC on
+// it. Made before the provider, whose imports Windows then binds to the library of that name which
+// is loaded already, wherever the provider lies. The library stays loaded. Throws
+// std::runtime_error when the library is not the simulator's, or when the key refuses.
 class KeyHands {
  public:
     KeyHands();
@@ -22,11 +23,11 @@ class KeyHands {
  private:
     void Require(int code, const char* what) const;
 
-    simkey_problem_fn problem_;
-    simkey_insert_fn insert_;
-    simkey_remove_fn remove_;
-    simkey_touch_fn touch_;
-    simkey_waits_for_touch_fn waitsForTouch_;
+    simkey_problem_fn problem_ = nullptr;
+    simkey_insert_fn insert_ = nullptr;
+    simkey_remove_fn remove_ = nullptr;
+    simkey_touch_fn touch_ = nullptr;
+    simkey_waits_for_touch_fn waitsForTouch_ = nullptr;
 };
 
 }  // namespace kelvor::simulator

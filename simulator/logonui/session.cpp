@@ -47,10 +47,10 @@ void Session::Begin()
         }
     }
     WriteSettings(world_.settings);
+    key_.emplace();
     const HMODULE module = host_.Activate();
     surroundings_.emplace(module, world_);
     exchanges_.emplace(module, [this](const ExchangePoint& point) { OnExchange(point); });
-    key_.emplace();
     looks_.emplace(module);
     const bool unlock = world_.pc.screen == Screen::kUnlock;
     view_.Say("screen", unlock ? "asks for the user who locked the PC" : "asks who signs in");
