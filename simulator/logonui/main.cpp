@@ -113,9 +113,7 @@ int Run()
         }
         if (!options.registerModule.empty()) {
             RegisterProvider(options.registerModule);
-            if (options.script.empty()) {
-                return kAsExpected;
-            }
+            return kAsExpected;
         }
         if (options.unregister) {
             UnregisterProvider();

@@ -71,8 +71,8 @@ const char* Usage() noexcept
       lets you sit at the screen; 'help' there lists what you can do
   KelvorSimLogonUi [--with-service] [--state FOLDER] --script FILE
       plays a scenario file
-  KelvorSimLogonUi --register DLL [... --script FILE] | --unregister
-      enters the provider in the registry (and then plays a scenario), or takes it out
+  KelvorSimLogonUi --register DLL | --unregister
+      enters the provider in the registry, or takes it out
 
   --with-service   enrols the world's accounts and starts the card service beside this program;
                    without it, both are yours to do
