@@ -6,6 +6,7 @@ kDemoTools='cmake cmake
 ninja ninja-build
 x86_64-w64-mingw32-g++-win32 g++-mingw-w64-x86-64-win32
 x86_64-w64-mingw32-windres binutils-mingw-w64-x86-64
+/usr/include/rapidjson/document.h rapidjson-dev
 wine wine wine64
 flock util-linux'
 kTestTools="$kDemoTools

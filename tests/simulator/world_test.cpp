@@ -51,28 +51,12 @@ TEST_CASE("The default world is the world of an empty file")
     CHECK(made.credentials.size() == parsed.credentials.size());
 }
 
-TEST_CASE("Every section and key of a world is read")
+TEST_CASE("The PC and its users are read, whatever the line ends")
 {
     const World world = ParseWorld(
         "\xEF\xBB\xBF# a comment\r\n"
         "[pc]\r\nname = PC7\r\nscreen = unlock\r\nusers = none\r\n"
-        "[user]\nname = CORP\\bob\nsid = S-1-5-7\nprovider = local\n"
-        "[key]\npresence = nfc\npin = 98765\nretries = 3\ntouch = after 500 ms\n"
-        "touch_timeout = 4 s\nverifies_user = no\nwithout_pin = answer unverified\n"
-        "begin_code = 0x2F\nflags_codes = 0:1\nget_codes = 1:0x22, 2:-3\ntamper = rp id\n"
-        "[credential]\naccount_name = CORP\\bob\ndisplay_name = B\xC3\xB6"
-        "b\nupn = bob@corp.example\n"
-        "rp = other.example\nregistered = no\nverdict = AmbiguousCredential\nhmac_secret = no\n"
-        "[service]\nrunning = no\nidle_gate = 5 s\nchallenge_lifetime = 7 s\ndelay = 10\n"
-        "busy_at_start = 1 s\ncard_hiding = yes\nsettle = 20 ms\n"
-        "[fault]\ncommand = status\noccurrence = 2\ndo = refuse not today\n"
-        "[card]\nprovisioned = no\npresent = no\nusage = client\nupn =\nexpired = yes\n"
-        "revoked = yes\ncard_name = Card\ncontainer = box\nreader = Reader\n"
-        "[directory]\nanswers = slow 7 s\nupn_suffix = example.org\n"
-        "[settings]\nregistry_key = missing\nEnabled = 0\nFidoGate = missing\n"
-        "FidoServerUrl = https://a/\nFidoRpId =\nFidoDevInsecureTls = 1\nCsp = C\nReader = R\n"
-        "Container = K\nContainerUpn = U\n"
-        "[lsa]\nverdict = STATUS_SMARTCARD_CERT_REVOKED\nsubstatus = 0xC0000064\ndelay = 3 s\n",
+        "[user]\nname = CORP\\bob\nsid = S-1-5-7\nprovider = local\n",
         "my.world");
 
     CHECK(world.pc.name == L"PC7");
@@ -82,6 +66,16 @@ TEST_CASE("Every section and key of a world is read")
     CHECK(world.users[0].qualifiedName == L"CORP\\bob");
     CHECK(world.users[0].sid == L"S-1-5-7");
     CHECK(world.users[0].provider == UserProvider::kLocal);
+}
+
+TEST_CASE("Every property of the key is read")
+{
+    const World world = ParseWorld(
+        "[key]\npresence = nfc\npin = 98765\nretries = 3\ntouch = after 500 ms\n"
+        "touch_timeout = 4 s\nverifies_user = no\nwithout_pin = answer unverified\n"
+        "begin_code = 0x2F\nflags_codes = 0:1\nget_codes = 1:0x22, 2:-3\ntamper = rp id\n",
+        "my.world");
+
     CHECK(world.key.presence == Presence::kNfc);
     CHECK(world.key.pin.View() == "98765");
     CHECK(world.key.retries == 3);
@@ -98,6 +92,16 @@ TEST_CASE("Every section and key of a world is read")
     CHECK(world.key.getFailures[0].code == 0x22);
     CHECK(world.key.getFailures[1].code == -3);
     CHECK(world.key.tamper == Tamper::kRpId);
+}
+
+TEST_CASE("Every property of a credential is read")
+{
+    const World world = ParseWorld(
+        "[credential]\naccount_name = CORP\\bob\ndisplay_name = B\xC3\xB6"
+        "b\nupn = bob@corp.example\n"
+        "rp = other.example\nregistered = no\nverdict = AmbiguousCredential\nhmac_secret = no\n",
+        "my.world");
+
     REQUIRE(world.credentials.size() == 1);
     CHECK(world.credentials[0].accountName == L"CORP\\bob");
     CHECK(world.credentials[0].displayName == L"B\u00F6b");
@@ -106,6 +110,16 @@ TEST_CASE("Every section and key of a world is read")
     CHECK_FALSE(world.credentials[0].registered);
     CHECK(world.credentials[0].verdict == L"AmbiguousCredential");
     CHECK_FALSE(world.credentials[0].hmacSecret);
+}
+
+TEST_CASE("Every property of the service and its faults is read")
+{
+    const World world = ParseWorld(
+        "[service]\nrunning = no\nidle_gate = 5 s\nchallenge_lifetime = 7 s\ndelay = 10\n"
+        "busy_at_start = 1 s\ncard_hiding = yes\nsettle = 20 ms\n"
+        "[fault]\ncommand = status\noccurrence = 2\ndo = refuse not today\n",
+        "my.world");
+
     CHECK_FALSE(world.service.running);
     CHECK(world.service.idleGateMs == 5000);
     CHECK(world.service.challengeLifetimeMs == 7000);
@@ -118,6 +132,17 @@ TEST_CASE("Every section and key of a world is read")
     CHECK(world.service.faults[0].occurrence == 2);
     CHECK(world.service.faults[0].kind == FaultKind::kRefuse);
     CHECK(world.service.faults[0].text == L"not today");
+}
+
+TEST_CASE("Every property of card, directory and LSA is read")
+{
+    const World world = ParseWorld(
+        "[card]\nprovisioned = no\npresent = no\nusage = client\nupn =\nexpired = yes\n"
+        "revoked = yes\ncard_name = Card\ncontainer = box\nreader = Reader\n"
+        "[directory]\nanswers = slow 7 s\nupn_suffix = example.org\n"
+        "[lsa]\nverdict = STATUS_SMARTCARD_CERT_REVOKED\nsubstatus = 0xC0000064\ndelay = 3 s\n",
+        "my.world");
+
     CHECK_FALSE(world.card.provisioned);
     CHECK_FALSE(world.card.present);
     CHECK(world.card.usage == CardUsage::kClientOnly);
@@ -130,6 +155,19 @@ TEST_CASE("Every section and key of a world is read")
     CHECK(world.directory.answer == DirectoryAnswer::kSlow);
     CHECK(world.directory.delayMs == 7000);
     CHECK(world.directory.upnSuffix == L"example.org");
+    CHECK(world.lsa.verdict == 0xC0000389U);
+    CHECK(world.lsa.subStatus == 0xC0000064U);
+    CHECK(world.lsa.delayMs == 3000);
+}
+
+TEST_CASE("Every registry setting is read")
+{
+    const World world = ParseWorld(
+        "[settings]\nregistry_key = missing\nEnabled = 0\nFidoGate = missing\n"
+        "FidoServerUrl = https://a/\nFidoRpId =\nFidoDevInsecureTls = 1\nCsp = C\nReader = R\n"
+        "Container = K\nContainerUpn = U\n",
+        "my.world");
+
     CHECK_FALSE(world.settings.keyExists);
     CHECK(world.settings.enabled == 0U);
     CHECK_FALSE(world.settings.fidoGate);
@@ -140,9 +178,6 @@ TEST_CASE("Every section and key of a world is read")
     CHECK(world.settings.reader == L"R");
     CHECK(world.settings.container == L"K");
     CHECK(world.settings.containerUpn == L"U");
-    CHECK(world.lsa.verdict == 0xC0000389U);
-    CHECK(world.lsa.subStatus == 0xC0000064U);
-    CHECK(world.lsa.delayMs == 3000);
 }
 
 TEST_CASE("Every fault has its words")
