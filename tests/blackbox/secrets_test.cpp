@@ -165,7 +165,7 @@ TEST_CASE("After a logon that LSA refused no secret is left")
 TEST_CASE("After a sign-in that failed at any stage no secret is left")
 {
     struct Failure {
-        const char* name;
+        std::string name;
         std::function<void(Stage&)> arrange;
         const wchar_t* status;
     };

@@ -58,7 +58,7 @@ TEST_CASE("A card service that is not there fails the sign-in at its first excha
 
 TEST_CASE("A card service that dies over the challenge fails the sign-in")
 {
-    for (const char* lastBytes : {"", "{", R"({"ok":true,"nonce":)", kChallenge}) {
+    for (const std::string lastBytes : {"", "{", R"({"ok":true,"nonce":)", kChallenge}) {
         CAPTURE(lastBytes);
         Stage stage;
         stage.service.AnswersOnce("provchallenge", Reply::Die(lastBytes));
@@ -111,7 +111,7 @@ TEST_CASE("A card service that dies while the key waits for its touch is missed 
 
 TEST_CASE("A card service that dies over the verdict is missed when the card is to be armed")
 {
-    for (const char* lastBytes : {"", R"({"ok":true,"results":[)", kVerdict}) {
+    for (const std::string lastBytes : {"", R"({"ok":true,"results":[)", kVerdict}) {
         CAPTURE(lastBytes);
         Stage stage;
         stage.service.AnswersOnce("filteraccounts", Reply::Die(lastBytes));
@@ -144,7 +144,7 @@ TEST_CASE("A card service that dies after the verdict is missed when the card is
 
 TEST_CASE("A card service that dies over the arm request fails the sign-in")
 {
-    for (const char* lastBytes : {"", R"({"ok":true,"upn":"ali)"}) {
+    for (const std::string lastBytes : {"", R"({"ok":true,"upn":"ali)"}) {
         CAPTURE(lastBytes);
         Stage stage;
         stage.service.AnswersOnce("armorprovision", Reply::Die(lastBytes));
