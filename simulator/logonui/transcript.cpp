@@ -7,14 +7,33 @@
 #include <string>
 #include <utility>
 
+#include "text/utf8.h"
+
 namespace kelvor::simulator {
+namespace {
+
+// A console takes UTF-16 whatever its code page; a file or a pipe gets UTF-8.
+void Emit(std::string_view text)
+{
+    const HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
+    DWORD mode = 0;
+    if (!GetConsoleMode(output, &mode)) {
+        std::fwrite(text.data(), 1, text.size(), stdout);
+        std::fflush(stdout);
+        return;
+    }
+    const std::wstring wide = ToWide(text);
+    DWORD written = 0;
+    WriteConsoleW(output, wide.data(), static_cast<DWORD>(wide.size()), &written, nullptr);
+}
+
+}  // namespace
 
 Transcript::Transcript(bool quiet)
     : quiet_(quiet), startTick_(GetTickCount64()), writtenTick_(startTick_)
 {
     // Lines end as the terminal of the simulators wants them: with a line feed alone.
     _setmode(_fileno(stdout), _O_BINARY);
-    SetConsoleOutputCP(CP_UTF8);
 }
 
 void Transcript::Line(std::string_view text)
@@ -62,11 +81,10 @@ void Transcript::Write(std::string_view text)
     }
     lock_.With([&] {
         if (std::exchange(prompting_, false)) {
-            std::fputc('\n', stdout);
+            Emit("\n");
         }
         writtenTick_ = GetTickCount64();
-        std::fwrite(text.data(), 1, text.size(), stdout);
-        std::fflush(stdout);
+        Emit(text);
     });
 }
 
