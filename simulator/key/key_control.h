@@ -32,10 +32,10 @@ struct SimKeyCredential {
     std::size_t hmacSizeBytes;             // 0 without the extension
 };
 
-// Names the world and the state folder, and takes the key's place at the start of a run from the
-// world. Without this call they come from the environment variables KELVOR_WORLD (a file; unset:
-// the default world) and KELVOR_WORLD_STATE (a folder; unset: the key forgets everything when its
-// last process ends) at the first use of the library.
+// Names the world and the state folder. The first process that uses a folder's key puts it where
+// the world says; later ones find it where it is. Without this call both come from the environment
+// at the first use of the library: KELVOR_WORLD (a file; unset: the default world) and
+// KELVOR_WORLD_STATE (a folder; unset: the key is this process's own and keeps nothing).
 typedef int(__cdecl* simkey_configure_fn)(const wchar_t* worldPath, const wchar_t* stateFolder);
 // The text of the last -9 of this process, "" when there was none. Valid until the next call.
 typedef const wchar_t*(__cdecl* simkey_problem_fn)(void);
