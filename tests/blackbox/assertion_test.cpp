@@ -322,7 +322,7 @@ TEST_CASE("A statement is logged by its id and its secret's fingerprint")
     stage.SignIn();
     // The fingerprint begins the SHA-256 of the fake key's output for seed 1.
     CHECK(stage.log.Count(
-              "INFO", "fidopin(begin): statement 0 cred=A1B2C3D4 hmac-fp=9AFEA0D63D091D77") == 1);
+              "INFO", "fidopin(begin): statement 0 cred=A1B2C3D4 hmac-fp=872BD6FA0184E20E") == 1);
     CHECK(stage.log.Count("INFO",
                           "fidopin(begin): one tap yielded 1 usable account(s) on this key.") == 1);
 }

@@ -108,7 +108,9 @@ TEST_CASE("The substatus is looked up before the status")
     Stage stage;
     stage.Report(Status(0xC000006D), Status(0xC0000064));
     CHECK(stage.Status() == kRows[1].text);
-    CHECK(stage.log.Has("ERROR", ResultLine(0xC000006D, 0xC0000064, "STATUS_NO_SUCH_USER")));
+    CHECK(stage.log.Has("ERROR",
+                        "ReportResult: ntsStatus=0xC000006D subStatus=0xC0000064 "
+                        "(STATUS_NO_SUCH_USER)"));
 }
 
 TEST_CASE("A substatus that is known wins over a status that is known")
@@ -137,7 +139,8 @@ TEST_CASE("A success is noted, disarms the card and changes nothing on the tile"
     HandedOver stage;
     stage.TheTile().Events().Forget();
     stage.Report(0, Status(0xC0000064));
-    CHECK(stage.log.Has("INFO", ResultLine(0, 0xC0000064, "success")));
+    CHECK(
+        stage.log.Has("INFO", "ReportResult: ntsStatus=0x00000000 subStatus=0xC0000064 (success)"));
     CHECK(stage.service.LastRequest("disarm") == R"({"cmd":"disarm"})");
     CHECK(stage.TheTile().Events().Calls().empty());
 }
