@@ -162,80 +162,85 @@ TEST_CASE("After a logon that LSA refused no secret is left")
     CheckNothingIsLeft(stage);
 }
 
+namespace {
+
+struct Failure {
+    std::string name;
+    std::function<void(Stage&)> arrange;
+    const wchar_t* status;
+};
+const Failure kFailures[] = {
+    {"switched off", [](Stage& stage) { stage.settings.Remove(L"Enabled"); },
+     L"Domain sign-in is not enabled on this PC."},
+    {"no service", [](Stage& stage) { stage.service.Stop(); },
+     L"Sign-in failed: the card service is not running"},
+    {"refused challenge",
+     [](Stage& stage) { stage.service.Answers("provchallenge", R"({"ok":false})"); },
+     L"Sign-in failed: the enrollment server did not issue a challenge"},
+    {"wrong PIN", [](Stage& stage) { stage.key.SetBeginCode(0x31); },
+     L"Sign-in failed: incorrect PIN — check your security key's PIN and try again"},
+    {"no user verification", [](Stage& stage) { stage.key.SetFlags(0x01); },
+     L"Sign-in failed: enter your security key's PIN — the key has to verify you before it "
+     L"can sign you in"},
+    {"unusable statement",
+     [](Stage& stage) {
+         FakeCredential broken;
+         broken.getCode = 0x02;
+         stage.key.SetCredentials({broken});
+     },
+     L"Sign-in failed: this security key has no sign-in credential for this PC — it may need "
+     L"to be enrolled again"},
+    {"refused account",
+     [](Stage& stage) {
+         stage.service.Answers(
+             "filteraccounts",
+             R"({"ok":true,"results":[{"credId":"obLD1A==","eligible":false,"status":"UnknownCredential"}]})");
+     },
+     L"Sign-in failed: this security key is not registered on this sign-in server (or it has "
+     L"been revoked)"},
+    {"another account's key",
+     [](Stage& stage) {
+         FakeCredential bob;
+         bob.userName = "CORP\\bob";
+         bob.id = {0xB0};
+         bob.hmacSeed = kSeedOfBob;
+         FakeCredential carol = bob;
+         carol.userName = "CORP\\carol";
+         carol.id = {0xC0};
+         stage.key.SetCredentials({bob, carol});
+     },
+     L"Sign-in failed: that security key is enrolled to a different account — use the \"Other "
+     L"user\" tile, or the tile for the account the key belongs to"},
+    {"refused arm",
+     [](Stage& stage) { stage.service.Answers("armorprovision", R"({"ok":false})"); },
+     L"Sign-in failed: the security key was not authorized"},
+    {"service that dies over the arm request",
+     [](Stage& stage) { stage.service.Answers("armorprovision", Reply::HangUp()); },
+     L"Sign-in failed: the card service did not respond"},
+    {"arm request that cannot be sent",
+     [](Stage& stage) { stage.pipe.Calls().FailAfter("WriteFile", 2, ERROR_NO_DATA); },
+     L"Sign-in failed: could not send the request to the card service"},
+    {"no reader", [](Stage& stage) { stage.reader.SetReaders({}); },
+     L"Sign-in failed: the sign-in card is not ready — wait a moment and try again; if it "
+     L"keeps happening, restart this PC"},
+    {"no certificate", [](Stage& stage) { stage.csp.SetCertificates({}); },
+     L"Sign-in failed: this PC is not set up for your account yet — sign in with your "
+     L"password once, or contact IT"},
+    {"wrong card",
+     [](Stage& stage) {
+         stage.service.Answers("armorprovision", R"({"ok":true,"upn":"bob@corp.example"})");
+     },
+     L"Sign-in failed: the wrong card is loaded for your account — sign out and try again"},
+    {"no LSA", [](Stage& stage) { stage.lsa.Calls().Fail("LsaConnectUntrusted", 0xC0000022); },
+     L"Sign-in failed: Windows could not start a domain sign-in on this PC — try again, or "
+     L"contact IT"},
+};
+
+}  // namespace
+
 TEST_CASE("After a sign-in that failed at any stage no secret is left")
 {
-    struct Failure {
-        std::string name;
-        std::function<void(Stage&)> arrange;
-        const wchar_t* status;
-    };
-    const Failure failures[] = {
-        {"switched off", [](Stage& stage) { stage.settings.Remove(L"Enabled"); },
-         L"Domain sign-in is not enabled on this PC."},
-        {"no service", [](Stage& stage) { stage.service.Stop(); },
-         L"Sign-in failed: the card service is not running"},
-        {"refused challenge",
-         [](Stage& stage) { stage.service.Answers("provchallenge", R"({"ok":false})"); },
-         L"Sign-in failed: the enrollment server did not issue a challenge"},
-        {"wrong PIN", [](Stage& stage) { stage.key.SetBeginCode(0x31); },
-         L"Sign-in failed: incorrect PIN — check your security key's PIN and try again"},
-        {"no user verification", [](Stage& stage) { stage.key.SetFlags(0x01); },
-         L"Sign-in failed: enter your security key's PIN — the key has to verify you before it "
-         L"can sign you in"},
-        {"unusable statement",
-         [](Stage& stage) {
-             FakeCredential broken;
-             broken.getCode = 0x02;
-             stage.key.SetCredentials({broken});
-         },
-         L"Sign-in failed: this security key has no sign-in credential for this PC — it may need "
-         L"to be enrolled again"},
-        {"refused account",
-         [](Stage& stage) {
-             stage.service.Answers(
-                 "filteraccounts",
-                 R"({"ok":true,"results":[{"credId":"obLD1A==","eligible":false,"status":"UnknownCredential"}]})");
-         },
-         L"Sign-in failed: this security key is not registered on this sign-in server (or it has "
-         L"been revoked)"},
-        {"another account's key",
-         [](Stage& stage) {
-             FakeCredential bob;
-             bob.userName = "CORP\\bob";
-             bob.id = {0xB0};
-             bob.hmacSeed = kSeedOfBob;
-             FakeCredential carol = bob;
-             carol.userName = "CORP\\carol";
-             carol.id = {0xC0};
-             stage.key.SetCredentials({bob, carol});
-         },
-         L"Sign-in failed: that security key is enrolled to a different account — use the \"Other "
-         L"user\" tile, or the tile for the account the key belongs to"},
-        {"refused arm",
-         [](Stage& stage) { stage.service.Answers("armorprovision", R"({"ok":false})"); },
-         L"Sign-in failed: the security key was not authorized"},
-        {"service that dies over the arm request",
-         [](Stage& stage) { stage.service.Answers("armorprovision", Reply::HangUp()); },
-         L"Sign-in failed: the card service did not respond"},
-        {"arm request that cannot be sent",
-         [](Stage& stage) { stage.pipe.Calls().FailAfter("WriteFile", 2, ERROR_NO_DATA); },
-         L"Sign-in failed: could not send the request to the card service"},
-        {"no reader", [](Stage& stage) { stage.reader.SetReaders({}); },
-         L"Sign-in failed: the sign-in card is not ready — wait a moment and try again; if it "
-         L"keeps happening, restart this PC"},
-        {"no certificate", [](Stage& stage) { stage.csp.SetCertificates({}); },
-         L"Sign-in failed: this PC is not set up for your account yet — sign in with your "
-         L"password once, or contact IT"},
-        {"wrong card",
-         [](Stage& stage) {
-             stage.service.Answers("armorprovision", R"({"ok":true,"upn":"bob@corp.example"})");
-         },
-         L"Sign-in failed: the wrong card is loaded for your account — sign out and try again"},
-        {"no LSA", [](Stage& stage) { stage.lsa.Calls().Fail("LsaConnectUntrusted", 0xC0000022); },
-         L"Sign-in failed: Windows could not start a domain sign-in on this PC — try again, or "
-         L"contact IT"},
-    };
-    for (const Failure& failure : failures) {
+    for (const Failure& failure : kFailures) {
         CAPTURE(failure.name);
         SecretStage stage;
         failure.arrange(stage);
