@@ -2,18 +2,19 @@
 # Sourced by ./run: sees to the programs that the build and the tests call.
 
 # One line each: what is looked for (a command, or a file by its path), the packages that bring it.
+# The demo needs doctest, too: one configuration holds programs and tests.
 kDemoTools='cmake cmake
 ninja ninja-build
 x86_64-w64-mingw32-g++-win32 g++-mingw-w64-x86-64-win32
 x86_64-w64-mingw32-windres binutils-mingw-w64-x86-64
 /usr/include/rapidjson/document.h rapidjson-dev
+/usr/include/doctest/doctest.h doctest-dev
 wine wine wine64
 flock util-linux'
 kTestTools="$kDemoTools
 clang++-14 clang-14
 clang-format-14 clang-format-14
 clang-tidy-14 clang-tidy-14
-/usr/include/doctest/doctest.h doctest-dev
 git git
 python3 python3"
 
