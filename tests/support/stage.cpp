@@ -59,7 +59,8 @@ void Stage::PutCardOf(const std::string& upn)
     service.Answers("armorprovision", R"({"ok":true,"upn":")" + upn + "\"}");
     simulator::CardCertificate certificate;
     certificate.der = MakeCertificate({.commonName = upn, .upn = upn});
-    certificate.container = std::wstring(upn.begin(), upn.begin() + upn.find('@')) + L"-container";
+    const std::string user = upn.substr(0, upn.find('@'));
+    certificate.container = std::wstring(user.begin(), user.end()) + L"-container";
     csp.SetCertificates({std::move(certificate)});
 }
 
