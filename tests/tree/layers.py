@@ -57,9 +57,9 @@ def include_problems(path, allowed):
     return problems
 
 
-headers = set(tree.files(r"\.h$", below="src"))
+headers = set(tree.files(r"\.h$", below="src/"))
 may_include = allowed_by_page()
 found = table_problems(may_include)
-for source in tree.cpp_files("src"):
+for source in tree.cpp_files("src/"):
     found += include_problems(source, may_include)
 tree.finish(found, "The direction of the subsystems is written down in docs/architecture.md.")

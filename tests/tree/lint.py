@@ -8,7 +8,7 @@ import tree
 
 TRIANGLE = re.compile(r":\d+:\d+: (warning|error): ")
 
-sources = tree.files(r"\.cpp$", below="src")
+sources = tree.files(r"\.cpp$", below="src/")
 results = tree.run_all([[sys.argv[1], "-p", sys.argv[2], "--quiet", source] for source in sources],
                        os.cpu_count())
 problems = set()
@@ -18,7 +18,7 @@ for command, status, output in results:
     problems.update(complaints)
     if status and not complaints:
         problems.add(f"{command[-1]}: {output.strip()[-500:]}")
-for source in tree.cpp_files("src"):
+for source in tree.cpp_files("src/"):
     for number, line in enumerate(tree.read(source).splitlines(), 1):
         if "NOLINT" in line and not re.search(r"NOLINT(NEXTLINE|BEGIN|END)?\([\w.,* -]+\)(: \S|$)",
                                               line):

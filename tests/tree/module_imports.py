@@ -49,7 +49,7 @@ def row_problems(key, places):
     return problems
 
 
-sources = tree.cpp_files("src")
+sources = tree.cpp_files("src/")
 imported = {(library.lower(), function)
             for library, functions in PeImage(sys.argv[1]).imports().items()
             for function in functions}

@@ -9,7 +9,7 @@ PLAIN = re.compile(
     r"((?=[a-z])\w*(?:[pP]in(?![a-z])|[sS]ecret|[hH]mac|[aA]uthValue)\w*)\s*[;,={()]")
 
 problems = []
-for path in tree.cpp_files("src"):
+for path in tree.cpp_files("src/"):
     for number, line in enumerate(tree.read(path).splitlines(), 1):
         if (found := PLAIN.search(line)) and "_view" not in found.group(0):
             problems.append(f"{path}:{number}: {found.group(1)}")

@@ -24,7 +24,7 @@ def is_text(value):
 def product_texts():
     """(file, line, level or nothing, text) of each text in src/."""
     found = []
-    for path in tree.cpp_files("src"):
+    for path in tree.cpp_files("src/"):
         parts = cpp_text.tokens(tree.read(path))
         included = {n + 2 for n, token in enumerate(parts) if token.value == "#"}
         for index, token in enumerate(parts):
@@ -75,7 +75,7 @@ def statements(source):
 def asserted_texts():
     """(text, the levels named beside it) of every literal and scenario line of the tests."""
     found = set()
-    for path in tree.cpp_files("tests"):
+    for path in tree.cpp_files("tests/"):
         for run in statements(tree.read(path)):
             texts = joined(run)
             levels = frozenset(texts) & set(LOG_LEVELS.values())

@@ -8,14 +8,22 @@ from concurrent.futures import ThreadPoolExecutor
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 
 
-def files(*patterns, below=""):
-    """The tree's files whose path (from the root) matches one of the patterns, committed or new."""
+def _all_files():
+    if not os.path.exists(os.path.join(ROOT, ".git")):  # an unpacked archive
+        for folder, folders, names in os.walk(ROOT):
+            folders[:] = [name for name in folders if name not in ("build", "__pycache__")]
+            yield from (os.path.relpath(os.path.join(folder, name), ROOT) for name in names)
+        return
     listing = subprocess.run(
         ["git", "-c", f"safe.directory={ROOT}", "ls-files", "--cached", "--others",
-         "--exclude-standard", "-z", "--", below or "."],
-        cwd=ROOT, check=True, capture_output=True).stdout.decode()
-    return sorted(path for path in set(listing.split("\0")) if path and
-                  os.path.isfile(os.path.join(ROOT, path)) and
+         "--exclude-standard", "-z"], cwd=ROOT, check=True, capture_output=True).stdout.decode()
+    yield from (path for path in set(listing.split("\0"))
+                if path and os.path.isfile(os.path.join(ROOT, path)))
+
+
+def files(*patterns, below=""):
+    """The tree's files whose path (from the root) matches one of the patterns, committed or new."""
+    return sorted(path for path in _all_files() if path.startswith(below) and
                   any(re.search(pattern, path) for pattern in patterns))
 
 
