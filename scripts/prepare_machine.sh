@@ -1,7 +1,8 @@
 # shellcheck shell=bash
 # Sourced by ./run: sees to the programs that the build and the tests call.
 
-# One line each: what is looked for (a command, or a file by its path), the packages that bring it.
+# One line each: what is looked for (a command, a library, a file by its path), the packages that
+# bring it. Wine's cryptography is GnuTLS, which the package of Wine merely recommends.
 # The demo needs doctest, too: one configuration holds programs and tests.
 kDemoTools='cmake cmake
 ninja ninja-build
@@ -10,6 +11,7 @@ x86_64-w64-mingw32-windres binutils-mingw-w64-x86-64
 /usr/include/rapidjson/document.h rapidjson-dev
 /usr/include/doctest/doctest.h doctest-dev
 wine wine wine64
+libgnutls.so.30 libgnutls30
 flock util-linux'
 kTestTools="$kDemoTools
 clang++-14 clang-14
@@ -21,6 +23,7 @@ python3 python3"
 is_there() {
     case $1 in
         wine) wine --version >/dev/null 2>&1 ;; # the command is there without its 64-bit part, too
+        lib*) /sbin/ldconfig -p | grep -F "$1" >/dev/null ;;
         /*) [ -e "$1" ] ;;
         *) command -v "$1" >/dev/null 2>&1 ;;
     esac
