@@ -30,4 +30,4 @@ set(CMAKE_SHARED_LINKER_FLAGS_INIT "${KELVOR_LINK_FLAGS}")
 
 # Tests whose command is a target run in a Wine prefix of the project's own.
 get_filename_component(kelvor_scripts ${CMAKE_CURRENT_LIST_DIR}/../scripts ABSOLUTE)
-set(CMAKE_CROSSCOMPILING_EMULATOR ${kelvor_scripts}/under_wine)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${kelvor_scripts}/under_wine --speaking)
