@@ -1,5 +1,8 @@
 #!/usr/bin/env python3
-"""headers.py COMPILER: each header compiles alone, and twice in one translation unit."""
+"""headers.py COMPILER DOCTEST: each header compiles alone, and twice in one translation unit.
+
+DOCTEST is the folder of doctest.h, which the headers of tests may include.
+"""
 import os
 import subprocess
 import sys
@@ -13,7 +16,7 @@ FLAGS = ["-std=c++20", "-fsyntax-only", "-Wall", "-Wextra", "-Wpedantic", "-Wcon
 
 
 def compile_alone(header):
-    flags = FLAGS + ([] if header.startswith("tests/") else ["-D_UCRT"])
+    flags = FLAGS + (["-isystem", sys.argv[2]] if header.startswith("tests/") else ["-D_UCRT"])
     name = os.path.join(tree.ROOT, header)
     unit = f'#include "{name}"\n#include "{name}"\n'
     result = subprocess.run([sys.argv[1], *flags, "-x", "c++", "-"], input=unit.encode(),
