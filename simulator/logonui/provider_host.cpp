@@ -6,6 +6,7 @@
 #include "logonui/console_text.h"
 #include "logonui/event_sinks.h"
 #include "logonui/provider_class.h"
+#include "logonui/tile_reader.h"
 
 namespace kelvor::simulator {
 namespace {
@@ -255,7 +256,7 @@ ProviderHost::HostedTile ProviderHost::MakeTile(DWORD index)
     });
     Require(hosted.credential->Advise(MakeTileEvents(hosted.model, record_).Get()),
             "a tile's Advise");
-    ReadFields(*hosted.credential.Get(), *hosted.model);
+    ReadTile(*hosted.credential.Get(), descriptors_, *hosted.model);
     ComRef<ICredentialProviderCredential2> withUser;
     if (SUCCEEDED(hosted.credential->QueryInterface(
             IID_ICredentialProviderCredential2, reinterpret_cast<void**>(withUser.Receive())))) {
@@ -264,51 +265,6 @@ ProviderHost::HostedTile ProviderHost::MakeTile(DWORD index)
         hosted.userSid = sid ? sid.Get() : L"";
     }
     return hosted;
-}
-
-void ProviderHost::ReadFields(ICredentialProviderCredential& credential, TileModel& model)
-{
-    for (DWORD id = 0; id < descriptors_.size(); ++id) {
-        TileField read = descriptors_[id];
-        credential.GetFieldState(id, &read.state, &read.interactive);
-        if (read.type == CPFT_TILE_IMAGE) {
-            HBITMAP bitmap = nullptr;
-            read.hasImage = SUCCEEDED(credential.GetBitmapValue(id, &bitmap));
-            if (bitmap != nullptr) {
-                DeleteObject(bitmap);
-            }
-        } else if (read.type == CPFT_COMBOBOX) {
-            ReadComboBox(credential, id, read);
-        } else {
-            TaskString text;
-            credential.GetStringValue(id, text.Receive());
-            read.text = text && read.type != CPFT_PASSWORD_TEXT ? text.Get() : L"";
-        }
-        if (read.type == CPFT_SUBMIT_BUTTON) {
-            credential.GetSubmitButtonValue(id, &read.adjacentTo);
-        }
-        model.ChangeField(id, [&](TileField& field) { field = read; });
-    }
-    ComRef<ICredentialProviderCredentialWithFieldOptions> withOptions;
-    if (SUCCEEDED(credential.QueryInterface(IID_ICredentialProviderCredentialWithFieldOptions,
-                                            reinterpret_cast<void**>(withOptions.Receive())))) {
-        for (DWORD id = 0; id < descriptors_.size(); ++id) {
-            CREDENTIAL_PROVIDER_CREDENTIAL_FIELD_OPTIONS options = CPCFO_NONE;
-            withOptions->GetFieldOptions(id, &options);
-        }
-    }
-}
-
-void ProviderHost::ReadComboBox(ICredentialProviderCredential& credential, DWORD id,
-                                TileField& field)
-{
-    DWORD count = 0;
-    credential.GetComboBoxValueCount(id, &count, &field.selectedRow);
-    for (DWORD row = 0; row < count; ++row) {
-        TaskString text;
-        credential.GetComboBoxValueAt(id, row, text.Receive());
-        field.rows.emplace_back(text ? text.Get() : L"");
-    }
 }
 
 void ProviderHost::ReleaseTiles()

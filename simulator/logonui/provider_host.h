@@ -85,8 +85,6 @@ class ProviderHost {
     // Lists the tiles; returns the default tile's index, or the count when there is none.
     std::size_t ListTiles(bool& autoLogon);
     HostedTile MakeTile(DWORD index);
-    void ReadFields(ICredentialProviderCredential& credential, TileModel& model);
-    void ReadComboBox(ICredentialProviderCredential& credential, DWORD id, TileField& field);
     void ReleaseTiles();
     void OnCredentialsChanged();
     void Report(ICredentialProviderCredential& credential, TileModel& model,
