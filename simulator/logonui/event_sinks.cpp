@@ -14,6 +14,13 @@ std::string TextOrNull(LPCWSTR text)
     return text != nullptr ? Quoted(text) : "null";
 }
 
+// The provider's bitmap stays the provider's.
+TileImage CopyOf(HBITMAP bitmap)
+{
+    UniqueBitmap copy(static_cast<HBITMAP>(CopyImage(bitmap, IMAGE_BITMAP, 0, 0, 0)));
+    return copy ? std::make_shared<const UniqueBitmap>(std::move(copy)) : nullptr;
+}
+
 class TileEvents final : public ComObject<ICredentialProviderCredentialEvents2> {
  public:
     TileEvents(std::shared_ptr<TileModel> model, std::shared_ptr<CallRecord> record)
@@ -48,7 +55,7 @@ class TileEvents final : public ComObject<ICredentialProviderCredentialEvents2> 
     STDMETHODIMP SetFieldBitmap(ICredentialProviderCredential*, DWORD id, HBITMAP bitmap) override
     {
         return Apply("SetFieldBitmap", id, bitmap != nullptr ? "a bitmap" : "null",
-                     [&](TileField& field) { field.hasImage = bitmap != nullptr; });
+                     [image = CopyOf(bitmap)](TileField& field) { field.image = image; });
     }
     STDMETHODIMP SetFieldComboBoxSelectedItem(ICredentialProviderCredential*, DWORD id,
                                               DWORD item) override

@@ -3,14 +3,24 @@
 #include <windows.h>
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "credential_provider.h"
+#include "handle.h"
 #include "lock.h"
 
 namespace kelvor::simulator {
+
+struct BitmapPolicy {
+    using Handle = HBITMAP;
+    static Handle Empty() noexcept { return nullptr; }
+    static void Close(Handle bitmap) noexcept { DeleteObject(bitmap); }
+};
+using UniqueBitmap = Unique<BitmapPolicy>;
+using TileImage = std::shared_ptr<const UniqueBitmap>;
 
 // One field of a tile as the sign-in screen knows it. What is typed into a password field is not
 // kept, only how long it is.
@@ -24,7 +34,7 @@ struct TileField {
     std::vector<std::wstring> rows;  // combo box
     DWORD selectedRow = 0;           // combo box
     DWORD adjacentTo = 0;            // submit button: the field it stands beside
-    bool hasImage = false;           // tile image
+    TileImage image;                 // tile image; null when it has none
 
     bool Shown(bool tileSelected) const noexcept;
     friend bool operator==(const TileField&, const TileField&) = default;

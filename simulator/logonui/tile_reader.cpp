@@ -1,5 +1,7 @@
 #include "logonui/tile_reader.h"
 
+#include <utility>
+
 #include "com_ref.h"
 #include "logonui/serialization.h"
 
@@ -21,10 +23,9 @@ TileField ReadField(ICredentialProviderCredential& credential, DWORD id, TileFie
 {
     credential.GetFieldState(id, &field.state, &field.interactive);
     if (field.type == CPFT_TILE_IMAGE) {
-        HBITMAP bitmap = nullptr;
-        field.hasImage = SUCCEEDED(credential.GetBitmapValue(id, &bitmap));
-        if (bitmap != nullptr) {
-            DeleteObject(bitmap);
+        UniqueBitmap bitmap;
+        if (SUCCEEDED(credential.GetBitmapValue(id, bitmap.Receive())) && bitmap) {
+            field.image = std::make_shared<const UniqueBitmap>(std::move(bitmap));
         }
     } else if (field.type == CPFT_COMBOBOX) {
         ReadComboBox(credential, id, field);

@@ -154,7 +154,7 @@ std::vector<std::string> DrawTile(const Tile& tile)
     }
     const bool image = std::any_of(
         tile.fields.begin(), tile.fields.end(),
-        [&](const TileField& field) { return field.hasImage && field.Shown(tile.selected); });
+        [&](const TileField& field) { return field.image && field.Shown(tile.selected); });
     std::vector<std::string> lines{"╭" + Repeat("─", kWidth) + "╮"};
     for (std::size_t i = 0; i < body.size(); ++i) {
         lines.push_back(Framed((i == 0 && image ? " o─╖  " : "      ") + body[i]));
