@@ -54,6 +54,7 @@ class ProviderHost {
 
     std::size_t TileCount() const noexcept { return tiles_.size(); }
     TileModel& Model(std::size_t index) { return *tiles_.at(index).model; }
+    Tile TileAt(std::size_t index) const { return tiles_.at(index).model->Snapshot(); }
     // The user whom a tile says it belongs to; empty when it names none.
     const std::wstring& UserSid(std::size_t index) const { return tiles_.at(index).userSid; }
     // The selected tile's index; TileCount() when none is.

@@ -60,6 +60,11 @@ void ServiceControl::Start()
     lock_.With([&] { service_.swap(service); });
 }
 
+bool ServiceControl::Running() const
+{
+    return lock_.With([&] { return service_ && service_->Running(); });
+}
+
 bool ServiceControl::Kill()
 {
     std::unique_ptr<ChildProcess> service;

@@ -19,6 +19,8 @@ class ServiceControl {
     void Enrol() const;
     // Starts the service and waits until it answers. Throws std::runtime_error.
     void Start();
+    // Whether a service that this object started still runs.
+    bool Running() const;
     // Kills it in whatever it is doing. False when this object has none running.
     bool Kill();
 

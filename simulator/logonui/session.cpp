@@ -102,6 +102,7 @@ HostObserver Session::MakeObserver()
     observer.tile.changed = [this] {
         view_.TileChanged();
         loop_.Wake();
+        options_.changed();
     };
     observer.tile.statusShown = [this](const StatusChange& change) {
         view_.StatusShown(change);
@@ -184,7 +185,8 @@ void Session::LetTileLook()
 
 bool Session::WaitFor(const std::function<bool()>& done)
 {
-    return loop_.RunUntil(done, options_.patienceMs);
+    // What is so already needs no loop, which would let other things happen in between.
+    return done() || loop_.RunUntil(done, options_.patienceMs);
 }
 
 }  // namespace kelvor::simulator

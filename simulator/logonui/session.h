@@ -27,6 +27,8 @@ struct SessionOptions {
     std::wstring stateFolder;
     bool withService = false;  // enrols, starts and stops the card service
     DWORD patienceMs = 0;      // how long to wait for what ought to come
+    // A tile looks different, or the list of tiles; on the thread that changed it.
+    std::function<void()> changed = [] {};
 };
 
 // One run of the sign-in screen: the provider, the world around it and LSA behind it. Everything
@@ -76,7 +78,14 @@ class Session {
     Trouble ExpectLog(const std::string& text, bool present);
     Trouble ExpectGate(bool open);
     Trouble ExpectButton(bool shown);
+    Trouble ExpectBlinking();
 
+    // What there is to see, for a screen that shows it by itself.
+    const ProviderHost& Screen() const noexcept { return host_; }
+    // DOMAIN\user whom a tile belongs to; empty for a tile of nobody.
+    std::wstring OwnerOf(std::size_t tile) const;
+    bool KeyBlinks() const { return key_ && key_->WaitsForTouch(); }
+    bool ServiceRuns() const { return service_.Running(); }
     // LSA has accepted a credential: the screen is about to give way to the desktop.
     bool SignedIn() const noexcept;
     MessageLoop& Loop() noexcept { return loop_; }
@@ -93,7 +102,6 @@ class Session {
     void OnReported(const LogonResult& result);
     void OnExchange(const ExchangePoint& point);
     void DrawSelected(bool now);
-    std::wstring OwnerOf(std::size_t tile) const;
     // Waits until the selected tile has looked for the key.
     void LetTileLook();
     bool WaitFor(const std::function<bool()>& done);

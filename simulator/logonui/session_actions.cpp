@@ -113,8 +113,8 @@ Session::Trouble Session::Click()
 
 Session::Trouble Session::Touch()
 {
-    if (!WaitFor([this] { return key_->WaitsForTouch(); })) {
-        return "the key does not ask to be touched";
+    if (const Trouble trouble = ExpectBlinking()) {
+        return trouble;
     }
     DrawSelected(true);
     view_.Say("user", "touches the blinking key");
@@ -216,6 +216,12 @@ Session::Trouble Session::ExpectButton(bool shown)
     return WaitFor([&] { return host_.CanClick() == shown; })
                ? std::nullopt
                : Trouble(shown ? "Sign In is not offered" : "Sign In is still offered");
+}
+
+Session::Trouble Session::ExpectBlinking()
+{
+    return WaitFor([this] { return KeyBlinks(); }) ? std::nullopt
+                                                   : Trouble("the key does not ask to be touched");
 }
 
 Session::Trouble Session::NotSelected() const

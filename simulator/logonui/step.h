@@ -32,6 +32,8 @@ enum class StepKind {
     kExpectGate,          // text: "open" or "closed"
     kExpectButton,        //
     kExpectNoButton,      //
+    kExpectBlinking,      // the key waits to be touched
+    kPicture,             // text: its name; only a screen that draws can take one
     kShowTiles,           // the rest is for the prompt
     kShowCalls,           //
     kShowLog,             //

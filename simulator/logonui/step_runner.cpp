@@ -58,6 +58,10 @@ Session::Trouble RunExpectation(Session& session, const Step& step)
             return session.ExpectButton(true);
         case StepKind::kExpectNoButton:
             return session.ExpectButton(false);
+        case StepKind::kExpectBlinking:
+            return session.ExpectBlinking();
+        case StepKind::kPicture:
+            return "this screen is text and takes no pictures";
         default:
             return "this command belongs to the prompt";
     }

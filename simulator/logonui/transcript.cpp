@@ -46,6 +46,9 @@ void Transcript::EventAt(ULONGLONG elapsedMs, std::string_view text)
     char time[32];
     std::snprintf(time, sizeof time, "%4llu.%03llu  ", elapsedMs / 1000, elapsedMs % 1000);
     Write(std::string(time) + std::string(text) + "\n");
+    if (listener_) {
+        listener_(text);
+    }
 }
 
 void Transcript::Heading(std::string_view text)

@@ -2,7 +2,9 @@
 
 #include <windows.h>
 
+#include <functional>
 #include <string_view>
+#include <utility>
 
 #include "lock.h"
 
@@ -16,6 +18,13 @@ class Transcript {
     explicit Transcript(bool quiet = false);
     Transcript(const Transcript&) = delete;
     Transcript& operator=(const Transcript&) = delete;
+
+    // Has each event told to `listener` besides, on the thread that it happens on. Set before there
+    // are other threads.
+    void SetListener(std::function<void(std::string_view)> listener)
+    {
+        listener_ = std::move(listener);
+    }
 
     // One line as it is, without a time.
     void Line(std::string_view text);
@@ -41,6 +50,7 @@ class Transcript {
 
     const bool quiet_;
     const ULONGLONG startTick_;
+    std::function<void(std::string_view)> listener_;
     Lock lock_;               // lines of different threads do not mix
     bool prompting_ = false;  // under lock_
     ULONGLONG writtenTick_;   // under lock_
