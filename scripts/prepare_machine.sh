@@ -19,6 +19,8 @@ clang-format-14 clang-format-14
 clang-tidy-14 clang-tidy-14
 git git
 python3 python3"
+kCoverageTools="$kTestTools
+x86_64-w64-mingw32-gcov-win32 gcc-mingw-w64-x86-64-win32"
 
 is_there() {
     case $1 in
