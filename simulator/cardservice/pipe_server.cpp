@@ -65,7 +65,8 @@ PipeServer::PipeServer(std::wstring pipeName, Handler handler)
       handler_(std::move(handler)),
       stop_(NewEvent(true)),
       busy_(NewEvent(false)),
-      withdrawn_(NewEvent(false))
+      withdrawn_(NewEvent(false)),
+      reopened_(NewEvent(false))
 {
 }
 
@@ -156,6 +157,8 @@ void PipeServer::Listen()
                 next_.Reset();
                 SetEvent(withdrawn_.Get());
                 WaitWhileBusy();
+                next_ = CreateInstance(false);
+                SetEvent(reopened_.Get());
                 break;
             case Accepted::kClient: {
                 // The pipe never lacks an instance, or a client would take it for gone.
@@ -248,7 +251,9 @@ void PipeServer::Converse(UniquePipe pipe)
         WaitForLeave(pipe.Get());
     }
     if (reply.busyMs > 0) {
-        WaitWhileBusy();  // this last instance is what makes the pipe busy instead of gone
+        // This last instance is what makes the pipe busy instead of gone.
+        const HANDLE handles[] = {reopened_.Get(), stop_.Get()};
+        WaitForMultipleObjects(2, handles, FALSE, INFINITE);
     }
     pipe.Reset();
     if (reply.afterwards) {

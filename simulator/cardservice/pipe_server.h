@@ -77,6 +77,7 @@ class PipeServer {
     UniqueKernelObject stop_;       // manual reset
     UniqueKernelObject busy_;       // asks the listener to withdraw its instance
     UniqueKernelObject withdrawn_;  // the listener has done so
+    UniqueKernelObject reopened_;   // the listener has an instance again
     UniqueKernelObject listener_;
     UniquePipe next_;  // the instance for the next client; the listener's once it runs
     UniquePipe plug_;  // our own client, which keeps that instance busy from the start
