@@ -34,9 +34,9 @@ void CallBook::Fail(const char* function, DWORD code, std::size_t times)
     Replace({function, 0, times, code});
 }
 
-void CallBook::FailAfter(const char* function, std::size_t ordinal, DWORD code)
+void CallBook::FailAfter(const char* function, std::size_t ordinal, DWORD code, std::size_t times)
 {
-    Replace({function, ordinal, 1, code});
+    Replace({function, ordinal, times, code});
 }
 
 void CallBook::Succeed(const char* function)

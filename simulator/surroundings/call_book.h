@@ -30,8 +30,9 @@ class CallBook {
     // Lets the next `times` calls of `function` fail with `code`, in the function's own coin (an
     // error code it returns, or the last error it sets). Replaces an earlier order for it.
     void Fail(const char* function, DWORD code, std::size_t times = kAlways);
-    // Lets only the `ordinal`-th call from now on (0 is the next) fail with `code`.
-    void FailAfter(const char* function, std::size_t ordinal, DWORD code);
+    // Lets the `ordinal`-th call from now on (0 is the next) fail with `code`, and those after it
+    // up to `times` of them.
+    void FailAfter(const char* function, std::size_t ordinal, DWORD code, std::size_t times = 1);
     void Succeed(const char* function);
 
     std::vector<Call> Calls() const;

@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <memory>
 #include <string_view>
+#include <utility>
 
 #include "handle.h"
 #include "surroundings/optional_patch.h"
@@ -31,6 +33,18 @@ bool IsMutex(HANDLE handle)
         return false;
     }
     return std::wstring_view(type.name.Buffer, type.name.Length / sizeof(wchar_t)) == L"Mutant";
+}
+
+// A handle of the current thread.
+std::shared_ptr<UniqueKernelObject> ThisThread()
+{
+    return std::make_shared<UniqueKernelObject>(
+        OpenThread(SYNCHRONIZE, FALSE, GetCurrentThreadId()));
+}
+
+bool HasEnded(const UniqueKernelObject& thread)
+{
+    return WaitForSingleObject(thread.Get(), 0) == WAIT_OBJECT_0;
 }
 
 // Looks again and again, in real time, until `condition` holds; false when it never does.
@@ -102,6 +116,38 @@ void Clock::Advance(std::uint64_t ms)
     });
 }
 
+bool Clock::Pass(std::uint64_t ms)
+{
+    const std::uint64_t untilMs = NowMs() + ms;
+    while (const auto woken = EndNextWait(untilMs)) {
+        const bool settled = Await([&] {
+            return lock_.With([&] {
+                return std::ranges::count(waiters_, woken->id, &Waiter::id) == 0;
+            }) && (IsWaiting(woken->threadId) || HasEnded(*woken->thread));
+        });
+        if (!settled) {
+            return false;
+        }
+    }
+    lock_.With([&] { nowMs_ = std::max(nowMs_, untilMs); });
+    return true;
+}
+
+void Clock::WaitFor(DWORD ms)
+{
+    WaitUntilWoken({}, true, ms);
+}
+
+bool Clock::IsWaiting(DWORD threadId, std::optional<DWORD> limitMs) const
+{
+    return lock_.With([&] {
+        return std::ranges::any_of(waiters_, [&](const Waiter& waiter) {
+            return waiter.threadId == threadId &&
+                   (waiter.own || waiter.limitMs == limitMs.value_or(waiter.limitMs));
+        });
+    });
+}
+
 void Clock::Set(std::uint64_t nowMs)
 {
     lock_.With([&] {
@@ -160,15 +206,21 @@ DWORD Clock::Wait(DWORD count, const HANDLE* handles, BOOL all, DWORD limitMs)
     if (limitMs == 0 || limitMs == INFINITE || all || IsMutex(handles[0])) {
         return WaitForMultipleObjects(count, handles, all, limitMs);
     }
+    lock_.With([&] { waits_.push_back(limitMs); });
+    return WaitUntilWoken({handles, handles + count}, false, limitMs);
+}
+
+DWORD Clock::WaitUntilWoken(std::vector<HANDLE> handles, bool own, DWORD limitMs)
+{
+    const auto count = static_cast<DWORD>(handles.size());
     const UniqueKernelObject wake(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    handles.push_back(wake.Get());
     const std::uint64_t id = lock_.With([&] {
-        waits_.push_back(limitMs);
-        waiters_.push_back({nextId_, limitMs, nowMs_ + limitMs, wake.Get()});
+        waiters_.push_back({nextId_, GetCurrentThreadId(), ThisThread(), own, limitMs,
+                            nowMs_ + limitMs, wake.Get()});
         return nextId_++;
     });
-    std::vector<HANDLE> watched(handles, handles + count);
-    watched.push_back(wake.Get());
-    DWORD result = WaitForMultipleObjects(count + 1, watched.data(), FALSE, INFINITE);
+    DWORD result = WaitForMultipleObjects(count + 1, handles.data(), FALSE, INFINITE);
     const DWORD error = GetLastError();
     lock_.With(
         [&] { std::erase_if(waiters_, [&](const Waiter& waiter) { return waiter.id == id; }); });
@@ -177,6 +229,21 @@ DWORD Clock::Wait(DWORD count, const HANDLE* handles, BOOL all, DWORD limitMs)
     }
     SetLastError(error);
     return result;
+}
+
+std::optional<Clock::Waiter> Clock::EndNextWait(std::uint64_t limitMs)
+{
+    return lock_.With([&]() -> std::optional<Waiter> {
+        const auto next = std::ranges::min_element(waiters_, {}, [](const Waiter& waiter) {
+            return std::pair(waiter.deadlineMs, waiter.id);
+        });
+        if (next == waiters_.end() || next->deadlineMs > limitMs) {
+            return std::nullopt;
+        }
+        nowMs_ = std::max(nowMs_, next->deadlineMs);
+        SetEvent(next->wake);
+        return *next;
+    });
 }
 
 void Clock::Slept(DWORD ms)

@@ -3,9 +3,11 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <vector>
 
+#include "handle.h"
 #include "imports/import_table.h"
 #include "lock.h"
 
@@ -27,6 +29,14 @@ class Clock {
 
     std::uint64_t NowMs() const;
     void Advance(std::uint64_t ms);
+    // Moves the clock as Advance does, but from one end of a wait to the next, in the order in
+    // which the waits began where several end at once; goes on when the thread whose wait ended
+    // waits again or has ended. So whatever happens in that time happens in the same order in
+    // every run. False when a thread does neither for ten seconds.
+    bool Pass(std::uint64_t ms);
+    // Blocks the calling thread, which need not be the module's, until the clock has moved by so
+    // much.
+    void WaitFor(DWORD ms);
     // Turns the clock to a tick count without ending any wait.
     void Set(std::uint64_t nowMs);
     // What GetLocalTime answers from now on; nothing for the real time.
@@ -39,6 +49,10 @@ class Clock {
     // thread has taken notice. False when no such wait came.
     bool EndWait(DWORD limitMs);
 
+    // Whether a thread is inside WaitFor or inside a wait of the module; of any length, or of the
+    // length `limitMs`.
+    bool IsWaiting(DWORD threadId, std::optional<DWORD> limitMs = std::nullopt) const;
+
     // The lengths of the module's Sleep calls so far, and the limits of its finite waits, in order.
     std::vector<DWORD> Sleeps() const;
     std::vector<DWORD> Waits() const;
@@ -47,11 +61,18 @@ class Clock {
     friend struct ClockEntry;
     struct Waiter {
         std::uint64_t id = 0;
+        DWORD threadId = 0;
+        std::shared_ptr<UniqueKernelObject> thread;
+        bool own = false;  // inside WaitFor
         DWORD limitMs = 0;
         std::uint64_t deadlineMs = 0;
         HANDLE wake = nullptr;
     };
     DWORD Wait(DWORD count, const HANDLE* handles, BOOL all, DWORD limitMs);
+    DWORD WaitUntilWoken(std::vector<HANDLE> handles, bool own, DWORD limitMs);
+    // Moves the clock to the next end of a wait that is not after `limitMs`; nothing when there is
+    // none.
+    std::optional<Waiter> EndNextWait(std::uint64_t limitMs);
     void Slept(DWORD ms);
     void WakeOverdue() const;
 

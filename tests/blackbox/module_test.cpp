@@ -225,7 +225,7 @@ TEST_CASE("A probe inside a slow directory call keeps the module loaded by itsel
     auto module = std::make_unique<ModuleUnderTest>();
     // Left alive on purpose: their patches must not be undone in a module that has gone.
     auto* directory = new kelvor::simulator::Directory(module->Handle());
-    auto* threads = new kelvor::test::ThreadWatch(module->Handle());
+    auto* threads = new kelvor::simulator::ThreadWatch(module->Handle());
     directory->Hold();
     {
         const ComRef<ICredentialProvider> provider = Provider(*module);

@@ -35,12 +35,12 @@
 #include "support/isolation.h"
 #include "support/log_reader.h"
 #include "support/module_under_test.h"
-#include "support/thread_watch.h"
 #include "support/tile.h"
 #include "surroundings/clock.h"
 #include "surroundings/directory.h"
 #include "surroundings/lsa.h"
 #include "surroundings/smart_card_csp.h"
+#include "surroundings/thread_watch.h"
 #include "surroundings/virtual_reader.h"
 
 namespace kelvor::test {
@@ -74,7 +74,7 @@ class Stage {
     ProgramDataRoom programData;
     RegistryRoom settings;
     PipeRoom pipe;
-    ThreadWatch threads;
+    simulator::ThreadWatch threads;
     simulator::Clock clock;
     simulator::VirtualReader reader;
     simulator::SmartCardCsp csp;

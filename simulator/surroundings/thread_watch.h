@@ -9,10 +9,10 @@
 #include "lock.h"
 #include "surroundings/call_book.h"
 
-namespace kelvor::test {
+namespace kelvor::simulator {
 
-// Knows every thread that the module starts, so that a test can wait for the end of one instead
-// of guessing how long it takes.
+// Knows every thread that the module starts, so that whoever drives it can wait for the end of one
+// instead of guessing how long it takes.
 class ThreadWatch {
  public:
     explicit ThreadWatch(HMODULE module);
@@ -21,7 +21,7 @@ class ThreadWatch {
     ThreadWatch& operator=(const ThreadWatch&) = delete;
 
     // CreateThread; codes are system errors.
-    simulator::CallBook& Calls() noexcept { return calls_; }
+    CallBook& Calls() noexcept { return calls_; }
 
     // Threads started so far; each is known by its number in this order.
     std::size_t Started() const;
@@ -34,10 +34,10 @@ class ThreadWatch {
  private:
     friend struct ThreadWatchEntry;
 
-    simulator::CallBook calls_;
+    CallBook calls_;
     Lock lock_;
     std::vector<HANDLE> threads_;
-    std::vector<simulator::ImportPatch> patches_;
+    std::vector<ImportPatch> patches_;
 };
 
-}  // namespace kelvor::test
+}  // namespace kelvor::simulator

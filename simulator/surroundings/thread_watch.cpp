@@ -1,8 +1,8 @@
-#include "support/thread_watch.h"
+#include "surroundings/thread_watch.h"
 
 #include <atomic>
 
-namespace kelvor::test {
+namespace kelvor::simulator {
 namespace {
 
 std::atomic<ThreadWatch*> active{nullptr};
@@ -77,4 +77,4 @@ bool ThreadWatch::HasEnded(std::size_t thread) const
     return WaitForSingleObject(handle, 0) == WAIT_OBJECT_0;
 }
 
-}  // namespace kelvor::test
+}  // namespace kelvor::simulator
