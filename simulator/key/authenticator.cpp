@@ -86,8 +86,10 @@ int Authenticator::GetAssertions(std::string_view rpId, const Digest& clientData
     if (slot_.Where() == Presence::kNone) {
         return kKeyNotAllowed;
     }
-    if (behaviour_.beginCode != kKeySuccess) {
-        return behaviour_.beginCode;
+    const int ordered = nextAnswer_.exchange(kKeySuccess);
+    if (const int code = ordered != kKeySuccess ? ordered : behaviour_.beginCode;
+        code != kKeySuccess) {
+        return code;
     }
     KeyMemory memory = Load();
     bool isVerified = false;

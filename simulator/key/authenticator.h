@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -52,6 +53,9 @@ class Authenticator {
     int GetAssertions(std::string_view rpId, const Digest& clientDataHash, const char* pin,
                       std::vector<KeyAnswer>& answers);
 
+    // The next tap answers `code` at once; 0: what is true.
+    void AnswerNext(int code) noexcept { nextAnswer_ = code; }
+
     void Reset(std::string_view pin);
     std::uint32_t Retries();
     NewCredential MakeCredential(std::string_view rpId, std::string_view accountName,
@@ -68,6 +72,7 @@ class Authenticator {
     const KeyWorld behaviour_;
     const std::wstring memoryPath_;
     KeySlot slot_;
+    std::atomic<int> nextAnswer_{0};
     std::optional<KeyMemory> volatileMemory_;  // used inside a turn, when there is no path
 };
 

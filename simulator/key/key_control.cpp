@@ -52,6 +52,14 @@ int __cdecl simkey_touch(void)
     });
 }
 
+int __cdecl simkey_answer_next(int code)
+{
+    return AnswerCode([&]() -> int {
+        TheKey()->AnswerNext(code);
+        return kKeySuccess;
+    });
+}
+
 int __cdecl simkey_waits_for_touch(void)
 {
     int waits = 0;

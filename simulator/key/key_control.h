@@ -45,6 +45,9 @@ typedef int(__cdecl* simkey_insert_fn)(int nfc);
 typedef int(__cdecl* simkey_remove_fn)(void);
 // Touches the key once: the tap that waits for a touch gets it; without one it does nothing.
 typedef int(__cdecl* simkey_touch_fn)(void);
+// The next tap answers `code` in place of what is true, without blinking; 0 takes that back. Of
+// this process's library alone.
+typedef int(__cdecl* simkey_answer_next_fn)(int code);
 // Non-zero while the key blinks, waiting to be touched.
 typedef int(__cdecl* simkey_waits_for_touch_fn)(void);
 

@@ -11,6 +11,8 @@ namespace {
 // What DsGetDcNameW answers when nobody serves the domain (winerror.h).
 constexpr DWORD kNoSuchDomain = ERROR_NO_SUCH_DOMAIN;
 
+constexpr DWORD kNever = MAXLONG;  // 24 days
+
 std::vector<Reader> ReadersOf(const std::wstring& readerName)
 {
     std::wstring problem;
@@ -47,7 +49,7 @@ std::vector<CardCertificate> CertificatesOfCard()
 
 }  // namespace
 
-AttachedSurroundings::AttachedSurroundings(HMODULE module, const World& world)
+AttachedSurroundings::AttachedSurroundings(HMODULE module, const World& world, Clock* clock)
     : directoryWorld_(world.directory), reader_(module), csp_(module), directory_(module)
 {
     reader_.SetSource([name = world.card.readerName] { return ReadersOf(name); });
@@ -55,10 +57,10 @@ AttachedSurroundings::AttachedSurroundings(HMODULE module, const World& world)
     directory_.SetComputerName(world.pc.name);
     switch (directoryWorld_.answer) {
         case DirectoryAnswer::kSlow:
-            directory_.SetDelayMs(directoryWorld_.delayMs);
+            AnswerAfter(directoryWorld_.delayMs, clock);
             break;
         case DirectoryAnswer::kNever:
-            directory_.Hold();
+            AnswerAfter(kNever, clock);
             break;
         case DirectoryAnswer::kUnreachable:
             directory_.SetLocatorFailure(kNoSuchDomain);
@@ -67,6 +69,15 @@ AttachedSurroundings::AttachedSurroundings(HMODULE module, const World& world)
         case DirectoryAnswer::kCannotMap:
             break;
     }
+}
+
+void AttachedSurroundings::AnswerAfter(DWORD delayMs, Clock* clock)
+{
+    if (clock == nullptr) {
+        directory_.SetDelayMs(delayMs);
+        return;
+    }
+    directory_.SetOnLocate([clock, delayMs] { clock->WaitFor(delayMs); });
 }
 
 void AttachedSurroundings::MapAccount(const std::wstring& qualifiedName)

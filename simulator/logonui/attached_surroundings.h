@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "surroundings/clock.h"
 #include "surroundings/directory.h"
 #include "surroundings/smart_card_csp.h"
 #include "surroundings/virtual_reader.h"
@@ -16,7 +17,8 @@ namespace kelvor::simulator {
 // as long as the card service runs.
 class AttachedSurroundings {
  public:
-    AttachedSurroundings(HMODULE module, const World& world);
+    // With a clock, the directory takes its time by it; it must outlive this object.
+    AttachedSurroundings(HMODULE module, const World& world, Clock* clock);
     AttachedSurroundings(const AttachedSurroundings&) = delete;
     AttachedSurroundings& operator=(const AttachedSurroundings&) = delete;
 
@@ -25,6 +27,8 @@ class AttachedSurroundings {
     void MapAccount(const std::wstring& qualifiedName);
 
  private:
+    void AnswerAfter(DWORD delayMs, Clock* clock);
+
     const DirectoryWorld directoryWorld_;
     VirtualReader reader_;
     SmartCardCsp csp_;

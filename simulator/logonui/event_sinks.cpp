@@ -23,8 +23,8 @@ TileImage CopyOf(HBITMAP bitmap)
 
 class TileEvents final : public ComObject<ICredentialProviderCredentialEvents2> {
  public:
-    TileEvents(std::shared_ptr<TileModel> model, std::shared_ptr<CallRecord> record)
-        : model_(std::move(model)), record_(std::move(record))
+    TileEvents(std::shared_ptr<TileModel> model, std::shared_ptr<CallRecord> record, SinkMood mood)
+        : model_(std::move(model)), record_(std::move(record)), mood_(std::move(mood))
     {
     }
 
@@ -43,14 +43,14 @@ class TileEvents final : public ComObject<ICredentialProviderCredentialEvents2> 
     }
     STDMETHODIMP SetFieldString(ICredentialProviderCredential*, DWORD id, LPCWSTR text) override
     {
-        Record("SetFieldString", id, TextOrNull(text));
-        return model_->SetText(id, text) ? S_OK : E_INVALIDARG;
+        return Carry("SetFieldString", id, TextOrNull(text),
+                     [&] { return model_->SetText(id, text); });
     }
     STDMETHODIMP SetFieldCheckbox(ICredentialProviderCredential*, DWORD id, BOOL checked,
                                   LPCWSTR label) override
     {
-        Record("SetFieldCheckbox", id, std::to_string(checked) + ", " + TextOrNull(label));
-        return E_INVALIDARG;  // no tile of this screen has a check box
+        return Carry("SetFieldCheckbox", id, std::to_string(checked) + ", " + TextOrNull(label),
+                     [] { return false; });  // no tile of this screen has a check box
     }
     STDMETHODIMP SetFieldBitmap(ICredentialProviderCredential*, DWORD id, HBITMAP bitmap) override
     {
@@ -66,15 +66,16 @@ class TileEvents final : public ComObject<ICredentialProviderCredentialEvents2> 
     STDMETHODIMP DeleteFieldComboBoxItem(ICredentialProviderCredential*, DWORD id,
                                          DWORD item) override
     {
-        bool known = false;
-        const HRESULT hr =
-            Apply("DeleteFieldComboBoxItem", id, std::to_string(item), [&](TileField& field) {
+        return Carry("DeleteFieldComboBoxItem", id, std::to_string(item), [&] {
+            bool known = false;
+            model_->ChangeField(id, [&](TileField& field) {
                 known = item < field.rows.size();
                 if (known) {
                     field.rows.erase(field.rows.begin() + static_cast<std::ptrdiff_t>(item));
                 }
             });
-        return known ? hr : E_INVALIDARG;
+            return known;
+        });
     }
     STDMETHODIMP AppendFieldComboBoxItem(ICredentialProviderCredential*, DWORD id,
                                          LPCWSTR item) override
@@ -117,19 +118,27 @@ class TileEvents final : public ComObject<ICredentialProviderCredentialEvents2> 
         return IsEqualIID(iid, IID_ICredentialProviderCredentialEvents) ||
                IsEqualIID(iid, IID_ICredentialProviderCredentialEvents2);
     }
-    void Record(const char* call, DWORD id, const std::string& value)
+    // Records the call and carries it out, if the sink is in the mood; `act` answers false for
+    // arguments that no field takes.
+    template <class Act>
+    HRESULT Carry(const char* call, DWORD id, const std::string& value, Act&& act)
     {
         record_->Add(std::string(call) + "(" + std::to_string(id) + ", " + value + ")");
+        const HRESULT hr = mood_();
+        if (FAILED(hr)) {
+            return hr;
+        }
+        return act() ? S_OK : E_INVALIDARG;
     }
     template <class Change>
     HRESULT Apply(const char* call, DWORD id, const std::string& value, Change&& change)
     {
-        Record(call, id, value);
-        return model_->ChangeField(id, change) ? S_OK : E_INVALIDARG;
+        return Carry(call, id, value, [&] { return model_->ChangeField(id, change); });
     }
 
     const std::shared_ptr<TileModel> model_;
     const std::shared_ptr<CallRecord> record_;
+    const SinkMood mood_;
 };
 
 class ProviderEvents final : public ComObject<ICredentialProviderEvents> {
@@ -159,10 +168,11 @@ class ProviderEvents final : public ComObject<ICredentialProviderEvents> {
 }  // namespace
 
 ComRef<ICredentialProviderCredentialEvents> MakeTileEvents(std::shared_ptr<TileModel> model,
-                                                           std::shared_ptr<CallRecord> record)
+                                                           std::shared_ptr<CallRecord> record,
+                                                           SinkMood mood)
 {
     return ComRef<ICredentialProviderCredentialEvents>::Adopt(
-        new TileEvents(std::move(model), std::move(record)));
+        new TileEvents(std::move(model), std::move(record), std::move(mood)));
 }
 
 ComRef<ICredentialProviderEvents> MakeProviderEvents(std::function<void(UINT_PTR)> changed,

@@ -41,6 +41,7 @@ KeyHands::KeyHands()
     insert_ = Resolve<simkey_insert_fn>(library, "simkey_insert");
     remove_ = Resolve<simkey_remove_fn>(library, "simkey_remove");
     touch_ = Resolve<simkey_touch_fn>(library, "simkey_touch");
+    answerNext_ = Resolve<simkey_answer_next_fn>(library, "simkey_answer_next");
     waitsForTouch_ = Resolve<simkey_waits_for_touch_fn>(library, "simkey_waits_for_touch");
 }
 
@@ -57,6 +58,11 @@ void KeyHands::Remove()
 void KeyHands::Touch()
 {
     Require(touch_(), "touching the key");
+}
+
+void KeyHands::AnswerNext(int code)
+{
+    Require(answerNext_(code), "telling the key what to answer");
 }
 
 void KeyHands::Require(int code, const char* what) const

@@ -18,6 +18,8 @@ class KeyHands {
     void Remove();
     // Touches the key once; without a tap that waits for it nothing happens.
     void Touch();
+    // What the next tap answers; 0: what is true.
+    void AnswerNext(int code);
     bool WaitsForTouch() const { return waitsForTouch_() != 0; }
 
  private:
@@ -27,6 +29,7 @@ class KeyHands {
     simkey_insert_fn insert_ = nullptr;
     simkey_remove_fn remove_ = nullptr;
     simkey_touch_fn touch_ = nullptr;
+    simkey_answer_next_fn answerNext_ = nullptr;
     simkey_waits_for_touch_fn waitsForTouch_ = nullptr;
 };
 

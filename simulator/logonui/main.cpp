@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "files/whole_file.h"
 #include "logonui/options.h"
 #include "logonui/prompt.h"
 #include "logonui/registration.h"
@@ -70,6 +71,16 @@ class SessionEnd {
     Session& session_;
 };
 
+void WriteStory(const std::wstring& path, const std::string& description,
+                const std::vector<std::string>& story)
+{
+    std::string text = description + "\n\n";
+    for (const std::string& line : story) {
+        text += line + "\n";
+    }
+    ReplaceWholeFile(path, text);
+}
+
 int Play(const Options& options)
 {
     std::optional<Scenario> scenario;
@@ -84,8 +95,9 @@ int Play(const Options& options)
     }
     const DWORD patienceMs = scenario ? kScenarioPatienceMs : kPromptPatienceMs;
     // Never destroyed; see Session.
-    Session& session =
-        *new Session(std::move(world), {state.Path(), options.withService, patienceMs}, transcript);
+    Session& session = *new Session(
+        std::move(world), {state.Path(), options.withService, patienceMs, scenario.has_value()},
+        transcript);
     const SessionEnd end(session);
     session.Begin();
     bool asExpected = true;
@@ -96,6 +108,9 @@ int Play(const Options& options)
     }
     session.End();
     session.ShowLog();
+    if (!options.transcript.empty()) {
+        WriteStory(options.transcript, scenario->Description(), session.View().Story());
+    }
     if (scenario) {
         transcript.Heading(asExpected ? "ended as the scenario says"
                                       : "did NOT end as the scenario says");

@@ -24,6 +24,11 @@ void MessageLoop::Post(std::function<void()> task)
     Wake();
 }
 
+bool MessageLoop::HasTasks() const
+{
+    return lock_.With([&] { return !tasks_.empty(); });
+}
+
 bool MessageLoop::RunUntil(const std::function<bool()>& done, DWORD timeoutMs)
 {
     const ULONGLONG deadline = GetTickCount64() + timeoutMs;

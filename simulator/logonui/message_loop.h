@@ -25,6 +25,9 @@ class MessageLoop {
     // Has the loop's thread look at its condition again. Any thread.
     void Wake() noexcept { SetEvent(wake_.Get()); }
 
+    // Whether a task waits for its turn. Any thread.
+    bool HasTasks() const;
+
     // Has `idle` run on the loop's thread whenever there is nothing left to do for the moment, at
     // least every 50 ms while the loop runs.
     void SetIdle(std::function<void()> idle) { idle_ = std::move(idle); }

@@ -26,6 +26,7 @@ constexpr ValueRow kValues[] = {
     {L"--script", &Options::script},
     {L"--world", &Options::world},
     {L"--state", &Options::state},
+    {L"--transcript", &Options::transcript},
 };
 
 template <class Row, std::size_t kCount>
@@ -60,6 +61,9 @@ Options ParseOptions(const std::vector<std::wstring>& arguments)
     if (!options.script.empty() && !options.world.empty()) {
         throw UsageError("a scenario brings its own world: --world does not go with --script");
     }
+    if (options.script.empty() && !options.transcript.empty()) {
+        throw UsageError("only a scenario has a transcript: --transcript goes with --script");
+    }
     return options;
 }
 
@@ -79,6 +83,8 @@ const char* Usage() noexcept
   --world FILE     the world to play in (a default one without)
   --state FOLDER   where keys, cards and registrations are kept (a fresh folder without, which is
                    removed at the end)
+  --transcript FILE
+                   writes what a person saw of the scenario, without times: the same in every run
   --quiet          nothing but problems
 
 The screen's settings are written into the registry: use a Wine prefix, or a machine, of your own.

@@ -14,6 +14,7 @@ struct Options {
     std::wstring script;
     std::wstring world;
     std::wstring state;
+    std::wstring transcript;
     bool withService = false;
     bool quiet = false;
 };

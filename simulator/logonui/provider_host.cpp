@@ -36,8 +36,8 @@ HMODULE ModuleOf(IUnknown* object)
 
 }  // namespace
 
-ProviderHost::ProviderHost(MessageLoop& loop, HostObserver observer)
-    : loop_(loop), observer_(std::move(observer))
+ProviderHost::ProviderHost(MessageLoop& loop, HostObserver observer, HostManners manners)
+    : loop_(loop), observer_(std::move(observer)), manners_(std::move(manners))
 {
 }
 
@@ -59,27 +59,24 @@ HMODULE ProviderHost::Activate()
     return ModuleOf(provider_.Get());
 }
 
-void ProviderHost::Start(CREDENTIAL_PROVIDER_USAGE_SCENARIO scenario,
-                         const std::vector<ScreenUser>& users)
+HRESULT ProviderHost::Start(CREDENTIAL_PROVIDER_USAGE_SCENARIO scenario, const ScreenUsers& users)
 {
-    Require(provider_->SetUsageScenario(scenario, 0), "SetUsageScenario");
-    ComRef<ICredentialProviderSetUserArray> userList;
-    if (SUCCEEDED(provider_->QueryInterface(IID_ICredentialProviderSetUserArray,
-                                            reinterpret_cast<void**>(userList.Receive())))) {
-        Require(userList->SetUserArray(MakeUserArray(users).Get()), "SetUserArray");
+    const HRESULT served = provider_->SetUsageScenario(scenario, 0);
+    if (FAILED(served)) {
+        provider_ = {};
+        return served;
     }
-    const auto changed = [this, alive = alive_](UINT_PTR context) {
-        if (context != kAdviseContext) {
-            return;
-        }
-        loop_.Post([this, alive] {
-            if (*alive) {
-                OnCredentialsChanged();
-            }
-        });
-    };
-    Require(provider_->Advise(MakeProviderEvents(changed, record_).Get(), kAdviseContext),
-            "Advise");
+    if (manners_.remote) {
+        // A provider that has no use for it says so; the screen goes on without.
+        unsigned char blob[] = {1, 2, 3, 4};
+        const CREDENTIAL_PROVIDER_CREDENTIAL_SERIALIZATION remote = {0, kProviderClass, sizeof blob,
+                                                                     blob};
+        provider_->SetSerialization(&remote);
+    }
+    GiveUsers(users);
+    if (manners_.providerSink) {
+        AdviseProvider();
+    }
     ReadDescriptors();
     bool autoLogon = false;
     selected_ = tiles_.size();
@@ -88,6 +85,40 @@ void ProviderHost::Start(CREDENTIAL_PROVIDER_USAGE_SCENARIO scenario,
     if (preferred < tiles_.size()) {
         Select(preferred);
     }
+    return S_OK;
+}
+
+void ProviderHost::GiveUsers(const ScreenUsers& users)
+{
+    ComRef<ICredentialProviderSetUserArray> userList;
+    if (users.list == UserList::kNeverGiven ||
+        FAILED(provider_->QueryInterface(IID_ICredentialProviderSetUserArray,
+                                         reinterpret_cast<void**>(userList.Receive())))) {
+        return;
+    }
+    const auto array = users.list == UserList::kNull ? ComRef<ICredentialProviderUserArray>()
+                                                     : MakeUserArray(users.users);
+    Require(userList->SetUserArray(array.Get()), "SetUserArray");
+}
+
+void ProviderHost::AdviseProvider()
+{
+    const auto changed = [this, alive = alive_](UINT_PTR context) {
+        if (context != kAdviseContext) {
+            return;
+        }
+        loop_.Post([this, alive] {
+            if (*alive && provider_) {
+                uncollected_ = true;
+                observer_.credentialsChanged();
+                if (manners_.collectsAtOnce) {
+                    Collect();
+                }
+            }
+        });
+    };
+    Require(provider_->Advise(MakeProviderEvents(changed, record_).Get(), kAdviseContext),
+            "Advise");
 }
 
 void ProviderHost::Stop()
@@ -95,10 +126,23 @@ void ProviderHost::Stop()
     if (!provider_) {
         return;
     }
+    uncollected_ = false;
+    if (manners_.releases == ReleaseOrder::kWithoutAWord) {
+        selected_ = 0;
+        tiles_.clear();
+        provider_ = {};
+        return;
+    }
+    if (manners_.releases == ReleaseOrder::kProviderFirst) {
+        provider_->UnAdvise();
+        provider_ = {};
+    }
     Deselect();
     ReleaseTiles();
-    provider_->UnAdvise();
-    provider_ = {};
+    if (provider_) {
+        provider_->UnAdvise();
+        provider_ = {};
+    }
 }
 
 void ProviderHost::Select(std::size_t index)
@@ -254,8 +298,10 @@ ProviderHost::HostedTile ProviderHost::MakeTile(DWORD index)
         tile.fields = descriptors_;
         tile.selected = false;
     });
-    Require(hosted.credential->Advise(MakeTileEvents(hosted.model, record_).Get()),
-            "a tile's Advise");
+    if (manners_.tileSink) {
+        const auto events = MakeTileEvents(hosted.model, record_, manners_.tileSinkMood);
+        Require(hosted.credential->Advise(events.Get()), "a tile's Advise");
+    }
     ReadTile(*hosted.credential.Get(), descriptors_, *hosted.model);
     ComRef<ICredentialProviderCredential2> withUser;
     if (SUCCEEDED(hosted.credential->QueryInterface(
@@ -278,12 +324,11 @@ void ProviderHost::ReleaseTiles()
 
 // The screen forgets its tiles and lists them anew; a tile that comes with auto-logon is asked for
 // its credential at once.
-void ProviderHost::OnCredentialsChanged()
+bool ProviderHost::Collect()
 {
-    if (!provider_) {
-        return;
+    if (!std::exchange(uncollected_, false)) {
+        return false;
     }
-    observer_.credentialsChanged();
     const std::size_t before = selected_;
     const bool hadSelection = HasSelection();
     ReleaseTiles();
@@ -294,7 +339,7 @@ void ProviderHost::OnCredentialsChanged()
                                                        : tiles_.size();
     selected_ = tiles_.size();
     if (next >= tiles_.size()) {
-        return;
+        return true;
     }
     selected_ = next;
     tiles_[next].model->Change([](Tile& tile) { tile.selected = true; });
@@ -303,6 +348,7 @@ void ProviderHost::OnCredentialsChanged()
     if (tileWantsLogon || (autoLogon && next == preferred)) {
         Click();
     }
+    return true;
 }
 
 void ProviderHost::Report(ICredentialProviderCredential& credential, TileModel& model,

@@ -10,11 +10,13 @@
 #include "com_ref.h"
 #include "credential_provider.h"
 #include "logonui/call_record.h"
+#include "logonui/event_sinks.h"
 #include "logonui/message_loop.h"
 #include "logonui/serialization.h"
 #include "logonui/tile_model.h"
 #include "logonui/user_array.h"
 #include "secret.h"
+#include "world/world.h"
 
 namespace kelvor::simulator {
 
@@ -33,12 +35,22 @@ struct HostObserver {
     std::function<void(const LogonResult&)> reported;  // the provider has been told the result
 };
 
+// How the screen behaves where screens differ.
+struct HostManners {
+    bool providerSink = true;  // the provider is advised
+    bool tileSink = true;      // the tiles are
+    SinkMood tileSinkMood = [] { return S_OK; };
+    bool collectsAtOnce = true;  // else when Collect is called
+    ReleaseOrder releases = ReleaseOrder::kTilesFirst;
+    bool remote = false;  // brings a credential of its own
+};
+
 // Plays the sign-in screen's part towards one credential provider, in the order in which the real
 // one calls. Every call is made on the loop's thread, which must be in a single-threaded
 // apartment. Failures of the provider that the screen cannot live with are std::runtime_error.
 class ProviderHost {
  public:
-    ProviderHost(MessageLoop& loop, HostObserver observer);
+    ProviderHost(MessageLoop& loop, HostObserver observer, HostManners manners);
     ProviderHost(const ProviderHost&) = delete;
     ProviderHost& operator=(const ProviderHost&) = delete;
     // Ends what Stop has not.
@@ -47,10 +59,14 @@ class ProviderHost {
     // Creates the provider through COM and returns the module that serves it, so that its imports
     // can be replaced before it is used.
     HMODULE Activate();
-    // Scenario, users, event sink, field descriptors, tiles.
-    void Start(CREDENTIAL_PROVIDER_USAGE_SCENARIO scenario, const std::vector<ScreenUser>& users);
-    // Deselects, un-advises and releases everything. The module stays loaded until COM frees it.
+    // Scenario, users, event sink, field descriptors, tiles. A provider that does not serve the
+    // scenario is let go of at once; what it answered is returned.
+    HRESULT Start(CREDENTIAL_PROVIDER_USAGE_SCENARIO scenario, const ScreenUsers& users);
+    // Lets go of everything. The module stays loaded until COM frees it.
     void Stop();
+    // Collects what the provider has finished, with manners that do not do so at once; false when
+    // it has raised nothing.
+    bool Collect();
 
     std::size_t TileCount() const noexcept { return tiles_.size(); }
     TileModel& Model(std::size_t index) { return *tiles_.at(index).model; }
@@ -82,23 +98,26 @@ class ProviderHost {
         std::wstring userSid;
     };
 
+    void GiveUsers(const ScreenUsers& users);
+    void AdviseProvider();
     void ReadDescriptors();
     // Lists the tiles; returns the default tile's index, or the count when there is none.
     std::size_t ListTiles(bool& autoLogon);
     HostedTile MakeTile(DWORD index);
     void ReleaseTiles();
-    void OnCredentialsChanged();
     void Report(ICredentialProviderCredential& credential, TileModel& model,
                 const Serialization& serialization);
 
     MessageLoop& loop_;
     const HostObserver observer_;
+    const HostManners manners_;
     const std::shared_ptr<CallRecord> record_ = std::make_shared<CallRecord>();
     ComRef<ICredentialProvider> provider_;
     std::vector<TileField> descriptors_;
     std::vector<std::shared_ptr<TileModel>> models_;  // by index; kept when tiles are listed anew
     std::vector<HostedTile> tiles_;
     std::size_t selected_ = 0;
+    bool uncollected_ = false;  // the provider has asked to be collected from
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);  // cleared on the loop's thread
 };
 

@@ -1,5 +1,7 @@
 #include "logonui/screen_view.h"
 
+#include <utility>
+
 #include "logonui/tile_view.h"
 #include "text/utf8.h"
 
@@ -7,14 +9,27 @@ namespace kelvor::simulator {
 namespace {
 
 constexpr std::size_t kWhoColumns = 9;
+constexpr char kPictureIndent[] = "          ";
+
+std::string LineOf(const char* who, const std::string& what)
+{
+    std::string line = who;
+    line.resize(kWhoColumns, ' ');
+    return line + what;
+}
 
 }  // namespace
 
 void ScreenView::Say(const char* who, const std::string& what)
 {
-    std::string line = who;
-    line.resize(kWhoColumns, ' ');
-    transcript_.Event(line + what);
+    const std::string line = LineOf(who, what);
+    lock_.With([&] { story_.push_back(line); });
+    transcript_.Event(line);
+}
+
+void ScreenView::Mention(const char* who, const std::string& what)
+{
+    transcript_.Event(LineOf(who, what));
 }
 
 void ScreenView::TileChanged()
@@ -24,24 +39,49 @@ void ScreenView::TileChanged()
 
 void ScreenView::StatusShown(const StatusChange& change)
 {
-    if (!change.text.empty()) {
+    const bool isNew =
+        lock_.With([&] { return std::exchange(status_, change.text) != change.text; });
+    if (isNew && !change.text.empty()) {
         Say("status", ToUtf8(change.text));
     }
 }
 
-void ScreenView::Draw(const Tile& tile, bool now)
+void ScreenView::DrawAtRest(const Tile& tile)
 {
     const ULONGLONG changedTick = lock_.With([&] { return changedTick_; });
-    if (!now && GetTickCount64() - changedTick < kRestMs) {
+    if (GetTickCount64() - changedTick >= kRestMs) {
+        DrawOnTranscript(DrawTile(tile));
+    }
+}
+
+void ScreenView::Draw(const Tile& tile)
+{
+    std::vector<std::string> picture = DrawTile(tile);
+    DrawOnTranscript(picture);
+    if (picture == told_) {
         return;
     }
-    std::vector<std::string> picture = DrawTile(tile);
+    told_ = std::move(picture);
+    lock_.With([&] {
+        for (const std::string& line : told_) {
+            story_.push_back(kPictureIndent + line);
+        }
+    });
+}
+
+std::vector<std::string> ScreenView::Story() const
+{
+    return lock_.With([&] { return story_; });
+}
+
+void ScreenView::DrawOnTranscript(const std::vector<std::string>& picture)
+{
     if (picture == drawn_) {
         return;
     }
-    drawn_ = std::move(picture);
+    drawn_ = picture;
     for (const std::string& line : drawn_) {
-        transcript_.Line("          " + line);
+        transcript_.Line(kPictureIndent + line);
     }
 }
 

@@ -11,6 +11,24 @@
 namespace kelvor::simulator {
 namespace {
 
+struct ScreenRow {
+    Screen screen;
+    CREDENTIAL_PROVIDER_USAGE_SCENARIO scenario;
+    const char* text;
+};
+constexpr ScreenRow kScreens[] = {
+    {Screen::kLogon, CPUS_LOGON, "asks who signs in"},
+    {Screen::kUnlock, CPUS_UNLOCK_WORKSTATION, "asks for the user who locked the PC"},
+    {Screen::kChangePassword, CPUS_CHANGE_PASSWORD, "asks for a new password"},
+    {Screen::kCredentialPrompt, CPUS_CREDUI, "asks for credentials for a program"},
+    {Screen::kPreLogonAccess, CPUS_PLAP, "asks for a network before the sign-in"},
+};
+
+const ScreenRow& RowOf(Screen screen)
+{
+    return *std::ranges::find(kScreens, screen, &ScreenRow::screen);
+}
+
 std::vector<ScreenUser> UsersOf(const World& world)
 {
     std::vector<ScreenUser> users;
@@ -22,6 +40,16 @@ std::vector<ScreenUser> UsersOf(const World& world)
     return users;
 }
 
+std::vector<ScreenUser> MakeUpUsers(unsigned count)
+{
+    std::vector<ScreenUser> users;
+    for (unsigned number = 1; number <= count; ++number) {
+        const std::wstring digits = std::to_wstring(number);
+        users.push_back({L"CORP\\user" + digits, L"S-1-5-21-1-2-3-" + digits, GUID_NULL});
+    }
+    return users;
+}
+
 }  // namespace
 
 Session::Session(World world, SessionOptions options, Transcript& transcript)
@@ -29,12 +57,18 @@ Session::Session(World world, SessionOptions options, Transcript& transcript)
       options_(std::move(options)),
       transcript_(transcript),
       view_(transcript),
-      authority_(world_, options_.stateFolder,
-                 [this](const std::string& finding) { view_.Say("LSA", finding); }),
+      authority_(
+          world_, options_.stateFolder,
+          [this](const std::string& finding) { view_.Mention("LSA", finding); },
+          [this](DWORD ms) { Sleep(ms); }),
       service_(options_.stateFolder),
-      host_(loop_, MakeObserver())
+      host_(loop_, MakeObserver(), MakeManners())
 {
-    loop_.SetIdle([this] { DrawSelected(false); });
+    loop_.SetIdle([this] {
+        if (host_.HasSelection()) {
+            view_.DrawAtRest(host_.Model(host_.Selected()).Snapshot());
+        }
+    });
 }
 
 void Session::Begin()
@@ -48,15 +82,51 @@ void Session::Begin()
     }
     WriteSettings(world_.settings);
     key_.emplace();
-    const HMODULE module = host_.Activate();
-    surroundings_.emplace(module, world_);
+    Attach(host_.Activate());
+    StartScreen(world_.pc.screen);
+}
+
+void Session::Attach(HMODULE module)
+{
+    if (options_.timeStandsStill) {
+        clock_.emplace(module);
+    }
+    threads_.emplace(module, world_.screen.failingThreads);
+    surroundings_.emplace(module, world_, clock_ ? &*clock_ : nullptr);
     exchanges_.emplace(module, [this](const ExchangePoint& point) { OnExchange(point); });
     looks_.emplace(module);
-    const bool unlock = world_.pc.screen == Screen::kUnlock;
-    view_.Say("screen", unlock ? "asks for the user who locked the PC" : "asks who signs in");
-    host_.Start(unlock ? CPUS_UNLOCK_WORKSTATION : CPUS_LOGON,
-                world_.pc.hasUserList ? UsersOf(world_) : std::vector<ScreenUser>());
+}
+
+void Session::StartScreen(Screen screen)
+{
+    const ScreenRow& row = RowOf(screen);
+    view_.Say("screen", row.text);
+    const HRESULT hr = host_.Start(row.scenario, UsersOfScreen());
+    if (FAILED(hr)) {
+        view_.Say("screen", "is told that the provider does not serve this: " +
+                                Hex32(static_cast<unsigned long>(hr)));
+        return;
+    }
     ShowTiles();
+}
+
+void Session::ShowScreen(Screen screen)
+{
+    host_.Stop();
+    host_.Activate();
+    StartScreen(screen);
+}
+
+ScreenUsers Session::UsersOfScreen() const
+{
+    switch (world_.pc.userList) {
+        case UserList::kListed:
+            return {UserList::kListed, UsersOf(world_)};
+        case UserList::kMany:
+            return {UserList::kMany, MakeUpUsers(world_.pc.userCount)};
+        default:
+            return {world_.pc.userList, {}};
+    }
 }
 
 void Session::End()
@@ -67,7 +137,13 @@ void Session::End()
 
 void Session::ShowTiles()
 {
-    for (std::size_t index = 0; index < host_.TileCount(); ++index) {
+    constexpr std::size_t kMostLines = 8;
+    const std::size_t count = host_.TileCount();
+    for (std::size_t index = 0; index < count; ++index) {
+        if (count > kMostLines && index == kMostLines / 2) {
+            view_.Say("tile", "…");
+            index = count - kMostLines / 2;
+        }
         const std::wstring owner = OwnerOf(index);
         view_.Say("tile ", std::to_string(index + 1) + "  " +
                                DrawTileSummary(host_.Model(index).Snapshot()) +
@@ -109,22 +185,46 @@ HostObserver Session::MakeObserver()
         lock_.With([&] { statuses_.push_back(change); });
     };
     observer.credentialsChanged = [this] {
-        view_.Say("screen", "collects what the provider has finished");
+        view_.Say("screen", world_.screen.collectsAtOnce
+                                ? "collects what the provider has finished"
+                                : "hears that the provider has finished, and leaves it there");
     };
     observer.logon = [this](const Serialization& serialization) { return LogOn(serialization); };
     observer.reported = [this](const LogonResult& result) { OnReported(result); };
     return observer;
 }
 
+HostManners Session::MakeManners()
+{
+    HostManners manners;
+    manners.providerSink = world_.screen.providerSink;
+    manners.tileSink = world_.screen.tileSink != TileSink::kMissing;
+    manners.collectsAtOnce = world_.screen.collectsAtOnce;
+    manners.releases = world_.screen.releases;
+    manners.remote = world_.screen.remote;
+    if (world_.screen.tileSink == TileSink::kFails) {
+        manners.tileSinkMood = [] { return E_FAIL; };
+    } else if (world_.screen.tileSink == TileSink::kSlow) {
+        manners.tileSinkMood = [this] {
+            Sleep(world_.screen.tileSinkMs);
+            return S_OK;
+        };
+    }
+    return manners;
+}
+
 LogonResult Session::LogOn(const Serialization& serialization)
 {
-    DrawSelected(true);
+    DrawSelected();
     if (std::exchange(killAtLogon_, false)) {
         KillService();
     }
     LogonResult result;
     result.status = authority_.LogOn(serialization.Bytes(), serialization.Package());
     result.substatus = world_.lsa.subStatus ? static_cast<NTSTATUS>(*world_.lsa.subStatus) : 0;
+    if (const auto verdict = std::exchange(nextVerdict_, std::nullopt)) {
+        result = {*verdict, 0};
+    }
     view_.Say("LSA", std::string(result.status == 0 ? "LOGON ACCEPTED" : "LOGON REFUSED") + ": " +
                          StatusName(result.status) + " " +
                          Hex32(static_cast<unsigned long>(result.status)));
@@ -148,6 +248,9 @@ void Session::OnExchange(const ExchangePoint& point)
         view_.Say("service", "is asked: " + point.command);
     }
     const bool sprung = lock_.With([&] {
+        if (point.stage == ExchangeStage::kAsked) {
+            asked_.push_back(point.command);
+        }
         if (point.stage == ExchangeStage::kOver) {
             exchangesOver_ = point.ordinal;
         }
@@ -161,11 +264,29 @@ void Session::OnExchange(const ExchangePoint& point)
     loop_.Wake();
 }
 
-void Session::DrawSelected(bool now)
+void Session::DrawSelected()
 {
     if (host_.HasSelection()) {
-        view_.Draw(host_.Model(host_.Selected()).Snapshot(), now);
+        view_.Draw(host_.Model(host_.Selected()).Snapshot());
     }
+}
+
+void Session::Sleep(DWORD ms)
+{
+    if (clock_) {
+        clock_->Advance(ms);
+    } else {
+        ::Sleep(ms);
+    }
+}
+
+bool Session::HasComeToRest() const
+{
+    if (!clock_) {
+        return true;
+    }
+    // A thread that has ended may have left a task behind.
+    return (threads_->AtRest(*clock_) || key_->WaitsForTouch()) && !loop_.HasTasks();
 }
 
 std::wstring Session::OwnerOf(std::size_t tile) const

@@ -15,10 +15,12 @@
 #include "logonui/lsa/logon_authority.h"
 #include "logonui/message_loop.h"
 #include "logonui/module_log.h"
+#include "logonui/module_threads.h"
 #include "logonui/provider_host.h"
 #include "logonui/screen_view.h"
 #include "logonui/service_control.h"
 #include "logonui/transcript.h"
+#include "surroundings/clock.h"
 #include "world/world.h"
 
 namespace kelvor::simulator {
@@ -27,6 +29,9 @@ struct SessionOptions {
     std::wstring stateFolder;
     bool withService = false;  // enrols, starts and stops the card service
     DWORD patienceMs = 0;      // how long to wait for what ought to come
+    // The module's time stands still but for Pass, so that each run goes the same way; else it is
+    // the real one.
+    bool timeStandsStill = false;
     // A tile looks different, or the list of tiles; on the thread that changed it.
     std::function<void()> changed = [] {};
 };
@@ -45,6 +50,8 @@ class Session {
 
     // Up to the list of tiles.
     void Begin();
+    // Leaves the screen and shows one of another kind, with a new provider.
+    void ShowScreen(Screen screen);
     // Leaves the screen, releases the provider, stops the service. Does nothing a second time.
     void End();
 
@@ -64,6 +71,15 @@ class Session {
     Trouble Click();
     Trouble Touch();
 
+    // Lets time pass, where it stands still.
+    Trouble Pass(DWORD ms);
+    // The screen collects a finished credential that it did not collect at once.
+    Trouble Collect();
+    // What LSA says of the next credential, in place of what is true of it.
+    Trouble AnswerNextLogon(NTSTATUS status);
+    // What the key answers to the next tap; 0: what is true.
+    Trouble AnswerNextTap(int code);
+
     Trouble StartService();
     Trouble KillService();
     // Kills the service when the `ordinal`-th exchange from now gets to `stage`.
@@ -79,9 +95,13 @@ class Session {
     Trouble ExpectGate(bool open);
     Trouble ExpectButton(bool shown);
     Trouble ExpectBlinking();
+    // Until the card service has been asked for `command`.
+    Trouble ExpectExchange(const std::string& command);
+    // Until the module's threads have come to rest, and draws the tile as it is then.
+    Trouble Rest();
 
     // What there is to see, for a screen that shows it by itself.
-    const ProviderHost& Screen() const noexcept { return host_; }
+    const ProviderHost& Host() const noexcept { return host_; }
     // DOMAIN\user whom a tile belongs to; empty for a tile of nobody.
     std::wstring OwnerOf(std::size_t tile) const;
     bool KeyBlinks() const { return key_ && key_->WaitsForTouch(); }
@@ -98,13 +118,21 @@ class Session {
     };
 
     HostObserver MakeObserver();
+    HostManners MakeManners();
+    void Attach(HMODULE module);
+    void StartScreen(Screen screen);
+    ScreenUsers UsersOfScreen() const;
+    void Sleep(DWORD ms);
+    bool HasComeToRest() const;
     LogonResult LogOn(const Serialization& serialization);
     void OnReported(const LogonResult& result);
     void OnExchange(const ExchangePoint& point);
-    void DrawSelected(bool now);
+    void DrawSelected();
     // Waits until the selected tile has looked for the key.
     void LetTileLook();
     bool WaitFor(const std::function<bool()>& done);
+    Trouble BeginAct();
+    Trouble LetTileNotice();
     Trouble NotSelected() const;
 
     const World world_;
@@ -116,6 +144,8 @@ class Session {
     LogonAuthority authority_;
     ServiceControl service_;
     ProviderHost host_;
+    std::optional<Clock> clock_;
+    std::optional<ModuleThreads> threads_;
     std::optional<AttachedSurroundings> surroundings_;
     std::optional<ExchangeWatch> exchanges_;
     std::optional<KeyHands> key_;
@@ -125,10 +155,13 @@ class Session {
     std::size_t expectedResults_ = 0;
     std::size_t statusesSeen_ = 0;
     bool killAtLogon_ = false;
+    std::optional<NTSTATUS> nextVerdict_;
+    DWORD idleMs_ = 0;  // since the user did something, by the clock
 
     Lock lock_;
     std::vector<StatusChange> statuses_;  // under lock_: of every tile, in order
     std::vector<Trap> traps_;             // under lock_
+    std::vector<std::string> asked_;      // under lock_: commands nobody has expected yet
     unsigned exchangesOver_ = 0;          // under lock_
 };
 

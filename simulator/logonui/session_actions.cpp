@@ -1,8 +1,11 @@
+// What the user and the world around do.
 #include "logonui/session.h"
 #include "text/utf8.h"
 
 namespace kelvor::simulator {
 namespace {
+
+constexpr char kNoRest[] = "the module's threads do not come to rest";
 
 std::string Dots(std::size_t count)
 {
@@ -11,6 +14,11 @@ std::string Dots(std::size_t count)
         dots += "•";
     }
     return dots;
+}
+
+std::string DurationText(DWORD ms)
+{
+    return ms % 1000 == 0 ? std::to_string(ms / 1000) + " s" : std::to_string(ms) + " ms";
 }
 
 bool Shows(const Tile& tile, CREDENTIAL_PROVIDER_FIELD_TYPE type)
@@ -30,6 +38,9 @@ Session::Trouble Session::Select(unsigned tile)
     if (tile > host_.TileCount()) {
         return "there is no tile " + std::to_string(tile);
     }
+    if (const auto trouble = BeginAct()) {
+        return trouble;
+    }
     view_.Say("user", "selects tile " + std::to_string(tile));
     surroundings_->MapAccount(OwnerOf(tile - 1));
     looks_->Restart();
@@ -42,7 +53,9 @@ Session::Trouble Session::Deselect()
     if (!host_.HasSelection()) {
         return NotSelected();
     }
-    DrawSelected(true);
+    if (const auto trouble = BeginAct()) {
+        return trouble;
+    }
     view_.Say("user", "leaves the tile");
     host_.Deselect();
     return std::nullopt;
@@ -50,20 +63,24 @@ Session::Trouble Session::Deselect()
 
 Session::Trouble Session::InsertKey(bool nfc)
 {
-    DrawSelected(true);
+    if (const auto trouble = BeginAct()) {
+        return trouble;
+    }
     LetTileLook();
     view_.Say("user", nfc ? "lays the key on the NFC reader" : "plugs the key in");
     key_->Insert(nfc);
-    return std::nullopt;
+    return LetTileNotice();
 }
 
 Session::Trouble Session::RemoveKey()
 {
-    DrawSelected(true);
+    if (const auto trouble = BeginAct()) {
+        return trouble;
+    }
     LetTileLook();
     view_.Say("user", "takes the key away");
     key_->Remove();
-    return std::nullopt;
+    return LetTileNotice();
 }
 
 Session::Trouble Session::TypePin(const Secret<wchar_t>& pin)
@@ -78,7 +95,9 @@ Session::Trouble Session::TypePin(const Secret<wchar_t>& pin)
     if (!WaitFor(offered)) {
         return "the tile shows no field for a PIN";
     }
-    DrawSelected(true);
+    if (const auto trouble = BeginAct()) {
+        return trouble;
+    }
     view_.Say("user", "types the PIN " + Dots(pin.Size()));
     return host_.Type(pin) ? std::nullopt : Trouble("the provider refuses what is typed");
 }
@@ -92,7 +111,9 @@ Session::Trouble Session::ChooseRow(unsigned row)
     if (!WaitFor(offered)) {
         return "the tile offers no accounts";
     }
-    DrawSelected(true);
+    if (const auto trouble = BeginAct()) {
+        return trouble;
+    }
     view_.Say("user", "chooses account row " + std::to_string(row));
     return host_.ChooseRow(row - 1) ? std::nullopt : Trouble("there is no such row");
 }
@@ -105,7 +126,9 @@ Session::Trouble Session::Click()
     if (!WaitFor([this] { return host_.CanClick(); })) {
         return "the tile offers no Sign In";
     }
-    DrawSelected(true);
+    if (const auto trouble = BeginAct()) {
+        return trouble;
+    }
     view_.Say("user", "clicks Sign In");
     host_.Click();
     return std::nullopt;
@@ -116,9 +139,58 @@ Session::Trouble Session::Touch()
     if (const Trouble trouble = ExpectBlinking()) {
         return trouble;
     }
-    DrawSelected(true);
+    if (const auto trouble = BeginAct()) {
+        return trouble;
+    }
     view_.Say("user", "touches the blinking key");
     key_->Touch();
+    return std::nullopt;
+}
+
+Session::Trouble Session::Pass(DWORD ms)
+{
+    if (!clock_) {
+        return "time passes by itself here";
+    }
+    if (!WaitFor([this] { return threads_->AllWait(*clock_) || key_->WaitsForTouch(); })) {
+        return kNoRest;
+    }
+    DrawSelected();
+    view_.Say("time", "passes: " + DurationText(ms));
+    const DWORD limitMs = world_.screen.idleMs;
+    if (limitMs != 0 && host_.HasSelection() && idleMs_ + ms >= limitMs) {
+        const DWORD firstMs = limitMs - idleMs_;
+        if (!clock_->Pass(firstMs)) {
+            return kNoRest;
+        }
+        DrawSelected();
+        view_.Say("screen", "leaves the tile: nobody did anything for " + DurationText(limitMs));
+        host_.Deselect();
+        idleMs_ = 0;
+        return clock_->Pass(ms - firstMs) ? std::nullopt : Trouble(kNoRest);
+    }
+    idleMs_ += ms;
+    return clock_->Pass(ms) ? std::nullopt : Trouble(kNoRest);
+}
+
+Session::Trouble Session::Collect()
+{
+    if (const auto trouble = BeginAct()) {
+        return trouble;
+    }
+    view_.Say("screen", "collects what the provider has finished");
+    return host_.Collect() ? std::nullopt : Trouble("the provider has raised nothing");
+}
+
+Session::Trouble Session::AnswerNextLogon(NTSTATUS status)
+{
+    nextVerdict_ = status;
+    return std::nullopt;
+}
+
+Session::Trouble Session::AnswerNextTap(int code)
+{
+    key_->AnswerNext(code);
     return std::nullopt;
 }
 
@@ -150,72 +222,17 @@ Session::Trouble Session::KillServiceAtLogon()
     return std::nullopt;
 }
 
-Session::Trouble Session::ExpectTiles(unsigned count)
+// The screen shows what it has to show, and then the user acts.
+Session::Trouble Session::BeginAct()
 {
-    return host_.TileCount() == count
-               ? std::nullopt
-               : Trouble("there are " + std::to_string(host_.TileCount()) + " tiles");
+    idleMs_ = 0;
+    return Rest();
 }
 
-Session::Trouble Session::ExpectStatus(const std::wstring& text)
+// Where time stands still the next look of the tile comes only now.
+Session::Trouble Session::LetTileNotice()
 {
-    const auto shown = [&] {
-        return lock_.With([&] {
-            for (std::size_t at = statusesSeen_; at < statuses_.size(); ++at) {
-                if (statuses_[at].text == text) {
-                    statusesSeen_ = at + 1;
-                    return true;
-                }
-            }
-            return false;
-        });
-    };
-    return WaitFor(shown) ? std::nullopt
-                          : Trouble("the status line did not show '" + ToUtf8(text) + "'");
-}
-
-Session::Trouble Session::ExpectLogon(NTSTATUS status)
-{
-    if (!WaitFor([this] { return results_.size() > expectedResults_; })) {
-        return "LSA was asked for no logon";
-    }
-    const NTSTATUS result = results_[expectedResults_++];
-    return result == status ? std::nullopt : Trouble("LSA answered " + StatusName(result));
-}
-
-Session::Trouble Session::ExpectLog(const std::string& text, bool present)
-{
-    const auto found = [&] {
-        for (const std::string& line : log_.Lines()) {
-            if (line.find(text) != std::string::npos) {
-                return true;
-            }
-        }
-        return false;
-    };
-    if (!present) {
-        return found() ? Trouble("the log holds '" + text + "'") : std::nullopt;
-    }
-    return WaitFor(found) ? std::nullopt : Trouble("the log does not hold '" + text + "'");
-}
-
-Session::Trouble Session::ExpectGate(bool open)
-{
-    std::string reason;
-    if (LogonAuthority::CardSigns(reason) == open) {
-        return std::nullopt;
-    }
-    return open ? "the card does not sign: " + reason : "the card signs";
-}
-
-Session::Trouble Session::ExpectButton(bool shown)
-{
-    if (!host_.HasSelection()) {
-        return NotSelected();
-    }
-    return WaitFor([&] { return host_.CanClick() == shown; })
-               ? std::nullopt
-               : Trouble(shown ? "Sign In is not offered" : "Sign In is still offered");
+    return !clock_ || clock_->Pass(kKeyWatchPollMs) ? std::nullopt : Trouble(kNoRest);
 }
 
 Session::Trouble Session::ExpectBlinking()

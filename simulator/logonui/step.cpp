@@ -1,11 +1,14 @@
 #include "logonui/step.h"
 
 #include <charconv>
+#include <stdexcept>
+
+#include "world/values.h"
 
 namespace kelvor::simulator {
 namespace {
 
-enum class Argument { kNone, kNumber, kWord, kQuoted };
+enum class Argument { kNone, kNumber, kDuration, kWord, kQuoted };
 
 struct StepRow {
     std::string_view words;
@@ -35,6 +38,16 @@ constexpr StepRow kSteps[] = {
      "choose N              choose account row N"},
     {"click", Argument::kNone, StepKind::kClick, "click                 click Sign In"},
     {"touch", Argument::kNone, StepKind::kTouch, "touch                 touch the key"},
+    {"pass", Argument::kDuration, StepKind::kPass,
+     "pass 6 s              let time pass (in a scenario)"},
+    {"collect", Argument::kNone, StepKind::kCollect,
+     "collect               have the screen collect what it left"},
+    {"show screen", Argument::kWord, StepKind::kShowScreen,
+     "show screen NAME      leave this screen for logon, unlock, change password, …"},
+    {"LSA answers", Argument::kWord, StepKind::kAnswerLogon,
+     "LSA answers STATUS    what LSA says of the next credential"},
+    {"key answers", Argument::kWord, StepKind::kAnswerTap,
+     "key answers CODE      what the key says to the next tap"},
     {"start service", Argument::kNone, StepKind::kStartService,
      "start service         start the card service"},
     {"kill service before exchange", Argument::kNumber, StepKind::kKillServiceBefore, nullptr},
@@ -62,6 +75,10 @@ constexpr StepRow kSteps[] = {
     {"expect blinking", Argument::kNone, StepKind::kExpectBlinking,
      "expect blinking       wait until the key asks to be touched"},
     {"picture", Argument::kWord, StepKind::kPicture, nullptr},
+    {"expect exchange", Argument::kWord, StepKind::kExpectExchange,
+     "expect exchange COMMAND                  wait until the card service is asked"},
+    {"expect rest", Argument::kNone, StepKind::kExpectRest,
+     "expect rest           wait until the tile has come to rest, and draw it"},
     {"calls", Argument::kNone, StepKind::kShowCalls,
      "calls                 the provider's calls into this screen"},
     {"log", Argument::kNone, StepKind::kShowLog, "log                   the module's log"},
@@ -77,6 +94,16 @@ std::string_view Trim(std::string_view text)
                : text.substr(from, text.find_last_not_of(" \t\r") + 1 - from);
 }
 
+bool ParseDuration(std::string_view text, unsigned& ms)
+{
+    try {
+        ms = ReadDurationMs(text);
+        return true;
+    } catch (const std::runtime_error&) {
+        return false;
+    }
+}
+
 bool ParseArgument(Argument kind, std::string_view rest, Step& step)
 {
     switch (kind) {
@@ -87,6 +114,8 @@ bool ParseArgument(Argument kind, std::string_view rest, Step& step)
                 std::from_chars(rest.data(), rest.data() + rest.size(), step.number);
             return error == std::errc() && end == rest.data() + rest.size() && step.number > 0;
         }
+        case Argument::kDuration:
+            return ParseDuration(rest, step.number);
         case Argument::kWord:
             step.text = rest;
             return !rest.empty();

@@ -18,6 +18,11 @@ enum class StepKind {
     kChooseRow,           // number: 1 for the first row
     kClick,               //
     kTouch,               //
+    kPass,                // number: milliseconds
+    kCollect,             //
+    kShowScreen,          // text: which, as a world file names it
+    kAnswerLogon,         // text: a status
+    kAnswerTap,           // text: a code
     kStartService,        //
     kKillService,         // now
     kKillServiceBefore,   // number: exchanges are counted from this step on
@@ -34,6 +39,8 @@ enum class StepKind {
     kExpectNoButton,      //
     kExpectBlinking,      // the key waits to be touched
     kPicture,             // text: its name; only a screen that draws can take one
+    kExpectExchange,      // text: the command
+    kExpectRest,          //
     kShowTiles,           // the rest is for the prompt
     kShowCalls,           //
     kShowLog,             //

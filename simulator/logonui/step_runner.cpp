@@ -2,9 +2,11 @@
 
 #include <windows.h>
 
+#include <stdexcept>
 #include <string_view>
 
 #include "text/utf8.h"
+#include "world/values.h"
 
 namespace kelvor::simulator {
 namespace {
@@ -39,6 +41,37 @@ Session::Trouble ExpectGate(Session& session, std::string_view text)
     return session.ExpectGate(text == "open");
 }
 
+// Runs `act` with the value that `text` means, or tells what is wrong with it.
+template <class Read, class Act>
+Session::Trouble WithValue(std::string_view text, Read&& read, Act&& act)
+{
+    try {
+        return act(read(text));
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+}
+
+Session::Trouble ShowScreen(Session& session, std::string_view text)
+{
+    return WithValue(text, ReadScreen, [&](Screen screen) {
+        session.ShowScreen(screen);
+        return Session::Trouble();
+    });
+}
+
+Session::Trouble AnswerLogon(Session& session, std::string_view text)
+{
+    return WithValue(text, ReadStatus, [&](DWORD status) {
+        return session.AnswerNextLogon(static_cast<NTSTATUS>(status));
+    });
+}
+
+Session::Trouble AnswerTap(Session& session, std::string_view text)
+{
+    return WithValue(text, ReadCode, [&](int code) { return session.AnswerNextTap(code); });
+}
+
 Session::Trouble RunExpectation(Session& session, const Step& step)
 {
     switch (step.kind) {
@@ -62,6 +95,10 @@ Session::Trouble RunExpectation(Session& session, const Step& step)
             return session.ExpectBlinking();
         case StepKind::kPicture:
             return "this screen is text and takes no pictures";
+        case StepKind::kExpectExchange:
+            return session.ExpectExchange(std::string(step.text));
+        case StepKind::kExpectRest:
+            return session.Rest();
         default:
             return "this command belongs to the prompt";
     }
@@ -90,6 +127,16 @@ std::optional<std::string> RunStep(Session& session, const Step& step)
             return session.Click();
         case StepKind::kTouch:
             return session.Touch();
+        case StepKind::kPass:
+            return session.Pass(step.number);
+        case StepKind::kCollect:
+            return session.Collect();
+        case StepKind::kShowScreen:
+            return ShowScreen(session, step.text);
+        case StepKind::kAnswerLogon:
+            return AnswerLogon(session, step.text);
+        case StepKind::kAnswerTap:
+            return AnswerTap(session, step.text);
         case StepKind::kStartService:
             return session.StartService();
         case StepKind::kKillService:
@@ -120,6 +167,10 @@ bool RunScenario(Session& session, Scenario& scenario, const std::string& fileNa
             transcript.Line(fileName + ":" + std::to_string(line.number) + ": " + *trouble);
             return false;
         }
+    }
+    if (const Session::Trouble trouble = session.Rest()) {
+        transcript.Line(fileName + ": " + *trouble);
+        return false;
     }
     return true;
 }

@@ -18,6 +18,23 @@ auto Unless(Value value, Value word, Read read) -> std::optional<decltype(read(v
     return read(value);
 }
 
+void ApplyUsers(World& world, Value value)
+{
+    constexpr unsigned kMostUsers = 100'000;
+    if (value.find_first_not_of("0123456789") == Value::npos && !value.empty()) {
+        world.pc.userList = UserList::kMany;
+        world.pc.userCount = ReadNumber(value);
+        if (world.pc.userCount > kMostUsers) {
+            throw std::runtime_error("a screen has at most 100000 users");
+        }
+        return;
+    }
+    world.pc.userList = ReadChoice<UserList>(value, {{"listed", UserList::kListed},
+                                                     {"none", UserList::kEmpty},
+                                                     {"null", UserList::kNull},
+                                                     {"never given", UserList::kNeverGiven}});
+}
+
 constexpr KeyRule kPcKeys[] = {
     {"name",
      [](World& world, Value value) {
@@ -26,14 +43,47 @@ constexpr KeyRule kPcKeys[] = {
              throw std::runtime_error("a computer's name has at most 15 characters");
          }
      }},
-    {"screen",
+    {"screen", [](World& world, Value value) { world.pc.screen = ReadScreen(value); }},
+    {"users", ApplyUsers},
+};
+
+void ApplyTileSink(World& world, Value value)
+{
+    if (const std::optional<Value> duration = After(value, "slow")) {
+        world.screen.tileSink = TileSink::kSlow;
+        world.screen.tileSinkMs = ReadDurationMs(*duration);
+        return;
+    }
+    world.screen.tileSink = ReadChoice<TileSink>(value, {{"works", TileSink::kWorks},
+                                                         {"slow 300 ms", TileSink::kSlow},
+                                                         {"fails", TileSink::kFails},
+                                                         {"missing", TileSink::kMissing}});
+}
+
+constexpr KeyRule kScreenKeys[] = {
+    {"provider_sink",
+     [](World& world, Value value) { world.screen.providerSink = ReadYesNo(value); }},
+    {"tile_sink", ApplyTileSink},
+    {"collects",
      [](World& world, Value value) {
-         world.pc.screen =
-             ReadChoice<Screen>(value, {{"logon", Screen::kLogon}, {"unlock", Screen::kUnlock}});
+         world.screen.collectsAtOnce =
+             ReadChoice<bool>(value, {{"at once", true}, {"when told", false}});
      }},
-    {"users",
+    {"releases",
      [](World& world, Value value) {
-         world.pc.hasUserList = ReadChoice<bool>(value, {{"listed", true}, {"none", false}});
+         world.screen.releases =
+             ReadChoice<ReleaseOrder>(value, {{"tiles first", ReleaseOrder::kTilesFirst},
+                                              {"provider first", ReleaseOrder::kProviderFirst},
+                                              {"without a word", ReleaseOrder::kWithoutAWord}});
+     }},
+    {"idle",
+     [](World& world, Value value) {
+         world.screen.idleMs = value == "never" ? 0 : ReadDurationMs(value);
+     }},
+    {"remote", [](World& world, Value value) { world.screen.remote = ReadYesNo(value); }},
+    {"failing_threads",
+     [](World& world, Value value) {
+         world.screen.failingThreads = value == "none" ? CallRange() : ReadCallRange(value);
      }},
 };
 
@@ -296,6 +346,7 @@ constexpr KeyRule kLsaKeys[] = {
 
 constexpr SectionRule kSections[] = {
     {"pc", nullptr, kPcKeys},
+    {"screen", nullptr, kScreenKeys},
     {"user", [](World& world) { world.users.emplace_back(); }, kUserKeys},
     {"key", nullptr, kKeyKeys},
     {"credential", [](World& world) { world.credentials.emplace_back(); }, kCredentialKeys},

@@ -137,6 +137,32 @@ std::vector<StatementFailure> ReadStatementFailures(std::string_view value)
     return failures;
 }
 
+CallRange ReadCallRange(std::string_view value)
+{
+    constexpr std::string_view kAndOn = " and on";
+    const bool isOpen = value.ends_with(kAndOn);
+    const std::string_view bounds = value.substr(0, value.size() - (isOpen ? kAndOn.size() : 0));
+    const std::size_t dash = bounds.find('-');
+    const std::optional<DWORD> first = NumberOf(bounds.substr(0, dash));
+    const std::optional<DWORD> last = isOpen ? MAXDWORD
+                                      : dash == std::string_view::npos
+                                          ? first
+                                          : NumberOf(bounds.substr(dash + 1));
+    if (!first || !last || *first == 0 || *last < *first) {
+        Expected("calls such as 3, 3-4 or 3 and on", value);
+    }
+    return {*first, *last};
+}
+
+Screen ReadScreen(std::string_view value)
+{
+    return ReadChoice<Screen>(value, {{"logon", Screen::kLogon},
+                                      {"unlock", Screen::kUnlock},
+                                      {"change password", Screen::kChangePassword},
+                                      {"credential prompt", Screen::kCredentialPrompt},
+                                      {"pre-logon access", Screen::kPreLogonAccess}});
+}
+
 DWORD ReadStatus(std::string_view value)
 {
     if (const std::optional<DWORD> status = StatusOfName(value)) {

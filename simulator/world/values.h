@@ -35,6 +35,10 @@ int ReadCode(std::string_view value);
 DWORD ReadDurationMs(std::string_view value);
 // "0:0x22, 2:-3": statement index and code.
 std::vector<StatementFailure> ReadStatementFailures(std::string_view value);
+// "3", "3-4" or "3 and on": a range of calls, counted from 1.
+CallRange ReadCallRange(std::string_view value);
+// "logon", "unlock", "change password", "credential prompt" or "pre-logon access".
+Screen ReadScreen(std::string_view value);
 // An NTSTATUS by name or number.
 DWORD ReadStatus(std::string_view value);
 

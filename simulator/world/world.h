@@ -15,12 +15,46 @@ namespace kelvor::simulator {
 // Each value has a default; docs/world.md lists the sections, the keys and their meaning.
 // Durations are in milliseconds.
 
-enum class Screen { kLogon, kUnlock };
+// What the screen is for: the usage scenario that the provider is asked to serve.
+enum class Screen { kLogon, kUnlock, kChangePassword, kCredentialPrompt, kPreLogonAccess };
+
+// Which users the screen tells the provider of.
+enum class UserList {
+    kListed,      // those of the file
+    kEmpty,       // an array of nobody
+    kNull,        // a null array
+    kNeverGiven,  // no array at all
+    kMany,        // userCount of them, made up
+};
 
 struct PcWorld {
     std::wstring name = L"WS01";  // NetBIOS name
     Screen screen = Screen::kLogon;
-    bool hasUserList = true;  // false: nobody but "Other user" is at the sign-in screen
+    UserList userList = UserList::kListed;
+    unsigned userCount = 0;  // with UserList::kMany
+};
+
+// How the screen takes the provider's calls to a tile's sink.
+enum class TileSink { kWorks, kSlow, kFails, kMissing };
+// In which order the screen lets go of what the provider gave it.
+enum class ReleaseOrder { kTilesFirst, kProviderFirst, kWithoutAWord };
+
+// A range of calls, counted from 1; nothing is in the default one.
+struct CallRange {
+    unsigned first = 0;
+    unsigned last = 0;
+};
+
+// The manners of the sign-in screen.
+struct ScreenWorld {
+    bool providerSink = true;  // false: the provider cannot ask to be collected from
+    TileSink tileSink = TileSink::kWorks;
+    DWORD tileSinkMs = 0;  // with TileSink::kSlow: how long each call takes
+    bool collectsAtOnce = true;
+    ReleaseOrder releases = ReleaseOrder::kTilesFirst;
+    DWORD idleMs = 0;          // after so long without input it leaves the tile; 0: never
+    bool remote = false;       // it comes with the credential of a remote desktop's user
+    CallRange failingThreads;  // the module's threads that this PC cannot start
 };
 
 enum class UserProvider { kLocal, kOther };
@@ -153,6 +187,7 @@ struct LsaWorld {
 
 struct World {
     PcWorld pc;
+    ScreenWorld screen;
     std::vector<UserWorld> users;  // CORP\alice unless the file names others
     KeyWorld key;
     std::vector<CredentialWorld> credentials;  // alice's unless the file names others

@@ -41,6 +41,28 @@ TEST_CASE("An empty file is the world in which alice signs in with her USB key")
     CHECK_FALSE(world.lsa.verdict);
 }
 
+TEST_CASE("The manners of the screen are read")
+{
+    const World world = ParseWorld(
+        "[pc]\nscreen = credential prompt\nusers = 1000\n"
+        "[screen]\nprovider_sink = no\ntile_sink = slow 300 ms\ncollects = when told\n"
+        "releases = provider first\nidle = 30 s\nremote = yes\nfailing_threads = 3 and on\n",
+        "my.world");
+
+    CHECK(world.pc.screen == Screen::kCredentialPrompt);
+    CHECK(world.pc.userList == UserList::kMany);
+    CHECK(world.pc.userCount == 1000);
+    CHECK_FALSE(world.screen.providerSink);
+    CHECK(world.screen.tileSink == TileSink::kSlow);
+    CHECK(world.screen.tileSinkMs == 300);
+    CHECK_FALSE(world.screen.collectsAtOnce);
+    CHECK(world.screen.releases == ReleaseOrder::kProviderFirst);
+    CHECK(world.screen.idleMs == 30'000);
+    CHECK(world.screen.remote);
+    CHECK(world.screen.failingThreads.first == 3);
+    CHECK(world.screen.failingThreads.last == MAXDWORD);
+}
+
 TEST_CASE("The default world is the world of an empty file")
 {
     const World parsed = ParseWorld("", "my.world");
@@ -61,7 +83,7 @@ TEST_CASE("The PC and its users are read, whatever the line ends")
 
     CHECK(world.pc.name == L"PC7");
     CHECK(world.pc.screen == Screen::kUnlock);
-    CHECK_FALSE(world.pc.hasUserList);
+    CHECK(world.pc.userList == UserList::kEmpty);
     REQUIRE(world.users.size() == 1);
     CHECK(world.users[0].qualifiedName == L"CORP\\bob");
     CHECK(world.users[0].sid == L"S-1-5-7");
@@ -229,7 +251,17 @@ TEST_CASE("A world that makes no sense is refused with file, line and reason")
         {"[pc]\nname =", "my.world:2: expected a text, found nothing"},
         {"[pc]\nname = ABCDEFGHIJKLMNOP",
          "my.world:2: a computer's name has at most 15 characters"},
-        {"[pc]\nscreen = lock", "my.world:2: expected one of logon, unlock, not \"lock\""},
+        {"[pc]\nscreen = lock",
+         "my.world:2: expected one of logon, unlock, change password, credential prompt, pre-logon access, not \"lock\""},
+        {"[pc]\nusers = many",
+         "my.world:2: expected one of listed, none, null, never given, not \"many\""},
+        {"[pc]\nusers = 100001", "my.world:2: a screen has at most 100000 users"},
+        {"[screen]\nfailing_threads = 0",
+         "my.world:2: expected calls such as 3, 3-4 or 3 and on, not \"0\""},
+        {"[screen]\nfailing_threads = 4-3",
+         "my.world:2: expected calls such as 3, 3-4 or 3 and on, not \"4-3\""},
+        {"[screen]\ntile_sink = slow down",
+         "my.world:2: expected a time such as 500 ms or 2 s, at most a day, not \"down\""},
         {"[pc]\nname = \xFF", "my.world:2: this line is not UTF-8"},
         {"[key]\nretries = 0", "my.world:2: a key allows 1 to 8 wrong PINs"},
         {"[key]\nretries = many", "my.world:2: expected a number such as 1 or 0x2E, not \"many\""},

@@ -28,8 +28,12 @@ std::array<unsigned char, 32> FreshNonce()
 }  // namespace
 
 LogonAuthority::LogonAuthority(const World& world, const std::wstring& stateFolder,
-                               std::function<void(const std::string&)> say)
-    : world_(world), issuerPath_(stateFolder + L"\\ca.cer"), say_(std::move(say))
+                               std::function<void(const std::string&)> say,
+                               std::function<void(DWORD)> sleep)
+    : world_(world),
+      issuerPath_(stateFolder + L"\\ca.cer"),
+      say_(std::move(say)),
+      sleep_(std::move(sleep))
 {
 }
 
@@ -47,7 +51,7 @@ NTSTATUS LogonAuthority::LogOn(std::span<const unsigned char> buffer, ULONG pack
     }
     if (world_.lsa.delayMs != 0) {
         say_("the domain takes its time");
-        Sleep(world_.lsa.delayMs);
+        sleep_(world_.lsa.delayMs);
     }
     const NTSTATUS status = StatusOf(Judge(*logon));
     if (!world_.lsa.verdict) {

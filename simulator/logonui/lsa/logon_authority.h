@@ -22,9 +22,9 @@ namespace kelvor::simulator {
 class LogonAuthority {
  public:
     // The domain trusts the certification authority of the state folder. `say` gets each finding
-    // as a line of text.
+    // as a line of text; `sleep` lets so many milliseconds pass.
     LogonAuthority(const World& world, const std::wstring& stateFolder,
-                   std::function<void(const std::string&)> say);
+                   std::function<void(const std::string&)> say, std::function<void(DWORD)> sleep);
 
     // The NTSTATUS of the logon. Blocks as long as the world wants it to.
     NTSTATUS LogOn(std::span<const unsigned char> buffer, ULONG package);
@@ -46,6 +46,7 @@ class LogonAuthority {
     const World& world_;
     const std::wstring issuerPath_;
     const std::function<void(const std::string&)> say_;
+    const std::function<void(DWORD)> sleep_;
 };
 
 }  // namespace kelvor::simulator
