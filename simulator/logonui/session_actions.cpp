@@ -235,12 +235,6 @@ Session::Trouble Session::LetTileNotice()
     return !clock_ || clock_->Pass(kKeyWatchPollMs) ? std::nullopt : Trouble(kNoRest);
 }
 
-Session::Trouble Session::ExpectBlinking()
-{
-    return WaitFor([this] { return KeyBlinks(); }) ? std::nullopt
-                                                   : Trouble("the key does not ask to be touched");
-}
-
 Session::Trouble Session::NotSelected() const
 {
     return "no tile is selected";

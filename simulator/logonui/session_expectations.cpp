@@ -74,6 +74,12 @@ Session::Trouble Session::ExpectButton(bool shown)
                : Trouble(shown ? "Sign In is not offered" : "Sign In is still offered");
 }
 
+Session::Trouble Session::ExpectBlinking()
+{
+    return WaitFor([this] { return KeyBlinks(); }) ? std::nullopt
+                                                   : Trouble("the key does not ask to be touched");
+}
+
 Session::Trouble Session::ExpectExchange(const std::string& command)
 {
     const auto come = [&] {
