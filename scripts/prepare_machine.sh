@@ -13,7 +13,11 @@ x86_64-w64-mingw32-windres binutils-mingw-w64-x86-64
 wine wine wine64
 libgnutls.so.30 libgnutls30
 flock util-linux'
-kTestTools="$kDemoTools
+# The window needs a family of fonts near Windows' own, and a screen where there is none.
+kPreviewTools="$kDemoTools
+/usr/share/fonts/truetype/open-sans/OpenSans-Regular.ttf fonts-open-sans
+Xvfb xvfb"
+kTestTools="$kPreviewTools
 clang++-14 clang-14
 clang-format-14 clang-format-14
 clang-tidy-14 clang-tidy-14

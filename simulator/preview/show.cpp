@@ -1,0 +1,84 @@
+#include "preview/show.h"
+
+#include <stdexcept>
+#include <utility>
+
+#include "logonui/session.h"
+#include "logonui/state_folder.h"
+#include "preview/player.h"
+#include "preview/preview_window.h"
+#include "text/utf8.h"
+
+namespace kelvor::simulator {
+namespace {
+
+constexpr wchar_t kWorldVariable[] = L"KELVOR_WORLD";
+constexpr wchar_t kStateVariable[] = L"KELVOR_WORLD_STATE";
+
+// The world of the scenario; the key and the card service find it in the state folder.
+World MakeWorld(Scenario& scenario, const std::wstring& name, const StateFolder& state)
+{
+    const std::wstring path = state.Write(L"world.ini", scenario.World());
+    SetEnvironmentVariableW(kWorldVariable, path.c_str());
+    SetEnvironmentVariableW(kStateVariable, state.Path().c_str());
+    World world = ParseWorld(scenario.World(), ToUtf8(name));
+    world.key.pin.Clear();  // the user's secret, which the screen has no business with
+    scenario.ForgetWorld();
+    return world;
+}
+
+// Ends the session on every way out, before its state folder goes.
+class SessionEnd {
+ public:
+    explicit SessionEnd(Session& session) : session_(session) {}
+    ~SessionEnd() { session_.End(); }
+    SessionEnd(const SessionEnd&) = delete;
+    SessionEnd& operator=(const SessionEnd&) = delete;
+
+ private:
+    Session& session_;
+};
+
+}  // namespace
+
+std::optional<std::size_t> ShowSituation(const std::vector<Situation>& situations,
+                                         std::size_t current, const std::wstring& pictures)
+{
+    Scenario scenario = Scenario::Load(situations[current].path);
+    const StateFolder state(L"");
+    World world = MakeWorld(scenario, situations[current].path, state);
+    const Presence keyAtStart = world.key.presence;
+
+    // Neither is destroyed; see Session. The window outlives what the provider's threads tell it.
+    PreviewWindow& window = *new PreviewWindow(situations, current);
+    Transcript& transcript = *new Transcript(true);
+    transcript.SetListener([&window](std::string_view event) { window.Happened(event); });
+    window.Area().SetPlace(world.pc.name,
+                           world.pc.screen == Screen::kUnlock ? L"Locked" : L"Sign in");
+    window.Area().SetNotice(L"The world of this situation is being made…");
+    window.World().SetHints(HintsOf(scenario));
+    window.Show();
+
+    SessionOptions options;
+    options.stateFolder = state.Path();
+    options.withService = true;
+    options.changed = [&window] { window.Changed(); };
+    Session& session = *new Session(std::move(world), std::move(options), transcript);
+    const SessionEnd end(session);
+    session.Begin();
+    window.Area().SetNotice(L"Choose a tile.");
+    window.Attach(session, keyAtStart);
+    std::optional<Player> player;
+    if (!pictures.empty()) {
+        player.emplace(scenario, session, window, pictures);
+        window.SetPoll([&player] { player->Advance(); });
+    }
+    session.Loop().RunUntil([&window] { return window.Over(); }, INFINITE);
+    window.SetPoll(nullptr);
+    if (window.Failure()) {
+        throw std::runtime_error(*window.Failure());
+    }
+    return window.World().Next();
+}
+
+}  // namespace kelvor::simulator
