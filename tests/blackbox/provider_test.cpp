@@ -33,14 +33,6 @@ StageOptions At(CREDENTIAL_PROVIDER_USAGE_SCENARIO scenario)
     return options;
 }
 
-void GiveUsers(Stage& stage, FakeUserArray* users)
-{
-    ComRef<ICredentialProviderSetUserArray> setUsers;
-    REQUIRE(stage.Provider()->QueryInterface(IID_ICredentialProviderSetUserArray,
-                                             reinterpret_cast<void**>(setUsers.Receive())) == S_OK);
-    CHECK(setUsers->SetUserArray(users) == S_OK);
-}
-
 constexpr const char* kAlice =
     "_EnumerateCredentials: user[0] 'CORP\\alice' provider={60B78E88-EAD8-445C-...} localProvider=0";
 
@@ -242,7 +234,7 @@ TEST_CASE("A user of the local provider with a domain name still gets a tile")
 TEST_CASE("A null user array counts no users")
 {
     Stage stage;
-    GiveUsers(stage, nullptr);
+    stage.GiveUsers(nullptr);
     CHECK(stage.log.Has("INFO", "SetUserArray: 0 user(s) supplied -- re-enumerating tiles."));
     CHECK(stage.AskTileCount().count == 1);
 }
@@ -252,7 +244,7 @@ TEST_CASE("A user array that cannot count its users gives no account tiles")
     Stage stage;
     const ComRef<FakeUserArray> users = FakeUserArray::Make({User{}});
     users->FailGetCount(E_ACCESSDENIED);
-    GiveUsers(stage, users.Get());
+    stage.GiveUsers(users.Get());
     CHECK(stage.AskTileCount().count == 1);
     CHECK(stage.log.Has(
         "INFO", "_EnumerateCredentials: user array has 0 entr(ies) (GetCount hr=0x80070005)"));
@@ -332,7 +324,7 @@ TEST_CASE("The tiles are built once, and anew after a new user array")
     stage.Open();
     stage.AskTileCount();
     CHECK(stage.log.Count("INFO", kAlice) == 1);
-    GiveUsers(stage, stage.Users());
+    stage.GiveUsers(stage.Users());
     stage.AskTileCount();
     stage.AskTileCount();
     CHECK(stage.log.Count("INFO", kAlice) == 2);
@@ -350,7 +342,7 @@ TEST_CASE("A tile that LogonUI still holds outlives the list it was in")
 {
     Stage stage;
     stage.Open();
-    GiveUsers(stage, nullptr);
+    stage.GiveUsers(nullptr);
     stage.AskTileCount();
     CHECK(stage.TileAt(0).Text(1) == L"Sign in with security key");
 }

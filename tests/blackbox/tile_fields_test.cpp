@@ -1,7 +1,9 @@
+#include "field_refresh.h"
 #include "support/readable_failures.h"
 #include "support/stage.h"
 
 using kelvor::test::FieldCall;
+using kelvor::test::Refresh;
 using kelvor::test::Stage;
 using kelvor::test::StageOptions;
 using kelvor::test::Tile;
@@ -13,15 +15,6 @@ StageOptions AtUnlock()
     StageOptions options;
     options.scenario = CPUS_UNLOCK_WORKSTATION;
     return options;
-}
-
-// What one refresh of the fields tells LogonUI, in order.
-std::vector<FieldCall> Refresh(DWORD pin, DWORD finish, DWORD submit, DWORD beside)
-{
-    return {{"SetFieldState", 2, pin, {}, 0},
-            {"SetFieldState", 6, finish, {}, 0},
-            {"SetFieldState", 4, submit, {}, 0},
-            {"SetFieldSubmitButton", 4, beside, {}, 0}};
 }
 
 // The first calls that selecting a tile makes of its sink.

@@ -1,76 +1,15 @@
 // How a click runs when there is no worker to be had, nobody to tell, or a message queue to serve.
+#include "call_order.h"
+#include "pumped_call.h"
 #include "support/readable_failures.h"
-#include "support/stage.h"
 
 using kelvor::simulator::ImportPatch;
 using kelvor::test::Answer;
+using kelvor::test::ClickWith;
 using kelvor::test::Stage;
-using kelvor::test::StageOptions;
-using kelvor::test::Tile;
+using kelvor::test::WithoutProviderSink;
 
 namespace {
-
-StageOptions WithoutProviderSink()
-{
-    StageOptions options;
-    options.advisesProvider = false;
-    return options;
-}
-
-// A window of this thread, for messages that a pump dispatches.
-class MessageWindow {
- public:
-    static constexpr UINT kReenter = WM_APP + 1;
-
-    explicit MessageWindow(Tile& tile) : tile_(tile)
-    {
-        WNDCLASSW windowClass = {};
-        windowClass.lpfnWndProc = &MessageWindow::Procedure;
-        windowClass.lpszClassName = L"KelvorTests";
-        RegisterClassW(&windowClass);
-        window_ = CreateWindowW(L"KelvorTests", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr,
-                                nullptr);
-        SetWindowLongPtrW(window_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
-    }
-    ~MessageWindow() { DestroyWindow(window_); }
-    MessageWindow(const MessageWindow&) = delete;
-    MessageWindow& operator=(const MessageWindow&) = delete;
-
-    HWND Handle() const { return window_; }
-    const std::vector<Answer>& Answers() const { return answers_; }
-
- private:
-    static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wide, LPARAM longer)
-    {
-        if (message == kReenter) {
-            auto& self =
-                *reinterpret_cast<MessageWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
-            self.answers_.push_back(self.tile_.Click());
-            return 0;
-        }
-        return DefWindowProcW(window, message, wide, longer);
-    }
-
-    Tile& tile_;
-    HWND window_ = nullptr;
-    std::vector<Answer> answers_;
-};
-
-// Lets the touch happen only after the pump has had its turn: the message is posted behind all
-// others, and the touch comes with it.
-struct Touch {
-    Stage& stage;
-    HWND window;
-};
-
-DWORD WINAPI PostThenTouch(void* parameter)
-{
-    const auto& touch = *static_cast<Touch*>(parameter);
-    touch.stage.key.WaitForTouchPrompt();
-    SendMessageW(touch.window, MessageWindow::kReenter, 0, 0);
-    touch.stage.key.Touch();
-    return 0;
-}
 
 bool TakeQuit()
 {
@@ -183,17 +122,11 @@ TEST_CASE("After a worker thread was missing the next click uses one again")
 TEST_CASE("A click that a pumped message brings is ignored while a blocking sign-in runs")
 {
     Stage stage(WithoutProviderSink());
-    stage.key.HoldTouch();
-    stage.TypePin();
-    const MessageWindow window(stage.TheTile());
-    Touch touch = {stage, window.Handle()};
-    const HANDLE thread = CreateThread(nullptr, 0, &PostThenTouch, &touch, 0, nullptr);
-    const Answer answer = stage.Click();
-    WaitForSingleObject(thread, INFINITE);
-    CloseHandle(thread);
+    std::vector<Answer> pumped;
+    const Answer answer = ClickWith(stage, [&] { pumped.push_back(stage.TheTile().Click()); });
     CHECK(answer.response == CPGSR_RETURN_CREDENTIAL_FINISHED);
-    REQUIRE(window.Answers().size() == 1);
-    CHECK(window.Answers()[0].IsEmpty());
+    REQUIRE(pumped.size() == 1);
+    CHECK(pumped[0].IsEmpty());
     CHECK(stage.log.Has("WARN",
                         "GetSerialization: re-entered while a sign-in is already running - "
                         "ignored."));

@@ -32,6 +32,16 @@ bool ProviderEvents::WaitForChange() const
     return WaitForSingleObject(changed_.Get(), kPatienceMs) == WAIT_OBJECT_0;
 }
 
+void ProviderEvents::SetOnChange(std::function<void()> onChange)
+{
+    lock_.With([&] { onChange_ = std::move(onChange); });
+}
+
+void ProviderEvents::SetAnswer(HRESULT answer)
+{
+    lock_.With([&] { answer_ = answer; });
+}
+
 ULONG ProviderEvents::References() const noexcept
 {
     return static_cast<ULONG>(InterlockedCompareExchange(&references_, 0, 0));
@@ -64,9 +74,15 @@ STDMETHODIMP_(ULONG) ProviderEvents::Release()
 
 STDMETHODIMP ProviderEvents::CredentialsChanged(UINT_PTR context)
 {
-    lock_.With([&] { changes_.push_back({context, GetCurrentThreadId()}); });
+    const auto onChange = lock_.With([&] {
+        changes_.push_back({context, GetCurrentThreadId()});
+        return onChange_;
+    });
     SetEvent(changed_.Get());
-    return S_OK;
+    if (onChange) {
+        onChange();
+    }
+    return lock_.With([&] { return answer_; });
 }
 
 ComRef<CredentialEvents> CredentialEvents::Make()

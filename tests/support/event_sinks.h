@@ -25,6 +25,10 @@ class ProviderEvents : public ICredentialProviderEvents {
     std::vector<Change> Changes() const;
     // Waits for the first CredentialsChanged after the last wait; false after ten seconds.
     bool WaitForChange() const;
+    // Runs inside every call, on the calling thread, after it was kept.
+    void SetOnChange(std::function<void()> onChange);
+    // What every call answers from now on.
+    void SetAnswer(HRESULT answer);
     ULONG References() const noexcept;
 
     STDMETHODIMP QueryInterface(REFIID riid, void** object) override;
@@ -39,6 +43,8 @@ class ProviderEvents : public ICredentialProviderEvents {
     mutable LONG references_ = 1;
     Lock lock_;
     std::vector<Change> changes_;
+    std::function<void()> onChange_;
+    HRESULT answer_ = S_OK;
     UniqueKernelObject changed_;
 };
 

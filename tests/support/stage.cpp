@@ -66,17 +66,14 @@ void Stage::PutCardOf(const std::string& upn)
 
 void Stage::Open()
 {
-    if (provider_ || closed_) {
+    if (closed_ || std::exchange(opened_, true)) {
         return;
     }
     CreateProvider();
     CHECK(provider_->SetUsageScenario(options_.scenario, 0) == S_OK);
     if (options_.givesUsers) {
         users_ = FakeUserArray::Make(options_.users);
-        ComRef<ICredentialProviderSetUserArray> setUsers;
-        REQUIRE(provider_->QueryInterface(IID_ICredentialProviderSetUserArray,
-                                          reinterpret_cast<void**>(setUsers.Receive())) == S_OK);
-        CHECK(setUsers->SetUserArray(users_.Get()) == S_OK);
+        GiveUsers(users_.Get());
     }
     if (options_.advisesProvider) {
         sink_ = ProviderEvents::Make();
@@ -139,6 +136,21 @@ Stage::TileCount Stage::AskTileCount()
     CHECK(provider_->GetCredentialCount(&answer.count, &answer.defaultTile, &autoLogon) == S_OK);
     answer.autoLogon = autoLogon != FALSE;
     return answer;
+}
+
+void Stage::GiveUsers(ICredentialProviderUserArray* users)
+{
+    Open();
+    ComRef<ICredentialProviderSetUserArray> setUsers;
+    REQUIRE(provider_->QueryInterface(IID_ICredentialProviderSetUserArray,
+                                      reinterpret_cast<void**>(setUsers.Receive())) == S_OK);
+    CHECK(setUsers->SetUserArray(users) == S_OK);
+}
+
+Stage::TileCount Stage::EnumerateAnew()
+{
+    GiveUsers(users_.Get());
+    return AskTileCount();
 }
 
 std::size_t Stage::TileTotal()
@@ -247,6 +259,26 @@ std::wstring Stage::Status()
                                  : TheTile().Text(kStatusField).value_or(L"");
 }
 
+void Stage::LetTilesGo(Farewell farewell)
+{
+    for (Tile& tile : tiles_) {
+        if (farewell == Farewell::kUnadvised) {
+            tile.UnAdvise();
+            unadvisedSinks_.emplace_back(&tile.Events());
+        }
+    }
+    tiles_.clear();
+    selected_ = false;
+}
+
+void Stage::LetProviderGo(Farewell farewell)
+{
+    if (provider_ && farewell == Farewell::kUnadvised) {
+        provider_->UnAdvise();
+    }
+    provider_ = {};
+}
+
 void Stage::Close()
 {
     if (std::exchange(closed_, true)) {
@@ -258,15 +290,8 @@ void Stage::Close()
     if (selected_) {
         TheTile().Deselect();
     }
-    for (Tile& tile : tiles_) {
-        tile.UnAdvise();
-        CHECK(tile.Events().References() == 1);
-    }
-    tiles_.clear();
-    if (provider_) {
-        provider_->UnAdvise();
-        provider_ = {};
-    }
+    LetTilesGo();
+    LetProviderGo();
     CHECK(threads.JoinFrom(0));
     CheckBooks();
 }
@@ -280,6 +305,9 @@ void Stage::CheckBooks()
     CHECK(FakeUserArray::LivingUsers() == 0);
     if (sink_) {
         CHECK(sink_->References() == 1);
+    }
+    for (const auto& sink : unadvisedSinks_) {
+        CHECK(sink->References() == 1);
     }
     CHECK(settings.Outstanding() == 0);
     CHECK(pipe.Outstanding() == 0);

@@ -104,6 +104,10 @@ class Stage {
         bool autoLogon = false;
     };
     TileCount AskTileCount();
+    // SetUserArray. The tiles are built anew at the next count.
+    void GiveUsers(ICredentialProviderUserArray* users);
+    // LogonUI gives its users again and asks for the count. The tiles at hand are the old ones.
+    TileCount EnumerateAnew();
     std::size_t TileTotal();
     Tile& TileAt(std::size_t index);
     // The tile the acts below are for.
@@ -133,6 +137,12 @@ class Stage {
     // The status line as the screen shows it.
     std::wstring Status();
 
+    // LogonUI lets go of its tiles and of its provider: after it has unadvised them, or without a
+    // word. Close does what a test has not done.
+    enum class Farewell { kUnadvised, kSilent };
+    void LetTilesGo(Farewell farewell = Farewell::kUnadvised);
+    void LetProviderGo(Farewell farewell = Farewell::kUnadvised);
+
     // The farewell: deselect, unadvise, release, wait for all threads, unload. The destructor does
     // it when a test does not.
     void Close();
@@ -149,8 +159,10 @@ class Stage {
     ComRef<FakeUserArray> users_;
     ComRef<ProviderEvents> sink_;
     std::vector<Tile> tiles_;
+    std::vector<ComRef<CredentialEvents>> unadvisedSinks_;  // of the tiles that are gone
     bool selected_ = false;
     bool pinTyped_ = false;
+    bool opened_ = false;
     bool closed_ = false;
     std::size_t selectionThreads_ = 0;  // the first thread of the last selection
     std::size_t clickThreads_ = 0;      // the first thread of the last click
