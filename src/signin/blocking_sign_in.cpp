@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "com_ref.h"
 #include "diag/log.h"
 #include "handle.h"
 #include "signin/sign_in_flow.h"
@@ -99,6 +100,8 @@ HRESULT HandBack(SignInTile& tile, const SerializationOutputs& outputs, SignInOu
 
 HRESULT SignInBlocking(SignInTile& tile, const SerializationOutputs& outputs)
 {
+    // What the pump dispatches may let go of the tile.
+    const ComRef<IUnknown> keepAlive = tile.KeepAlive();
     BlockingMark mark(tile.Slot());
     if (!mark.Entered()) {
         LogWarn("GetSerialization: re-entered while a sign-in is already running - ignored.");
