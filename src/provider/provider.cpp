@@ -148,6 +148,10 @@ void CProvider::EnumerateIfNeeded()
         return;
     }
     mustEnumerate_ = false;
+    // UnAdvise would not reach a tile that lives on in other hands.
+    for (const ComRef<CCredential>& tile : tiles_) {
+        tile->SetProviderSink(nullptr, 0);
+    }
     tiles_.clear();
     if (scenario_ == CPUS_LOGON || scenario_ == CPUS_UNLOCK_WORKSTATION) {
         tiles_ = EnumerateTiles(scenario_, users_.Get(), sink_);
