@@ -17,7 +17,7 @@ constexpr DWORD kPollMs = 500;
 
 struct KeyWatch::ThreadStart {
     const KeyWatch& watch;
-    HANDLE stop;  // lives until the thread was joined
+    SharedEvent stop;
     ComRef<IUnknown> keepAlive;
 };
 
@@ -27,12 +27,12 @@ void KeyWatch::Start(ComRef<IUnknown> keepAlive)
         return;
     }
     Running next;
-    next.stop = UniqueKernelObject(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    if (!next.stop) {
+    UniqueKernelObject stop(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    if (!stop) {
         return;
     }
-    std::unique_ptr<ThreadStart> start(
-        new ThreadStart{*this, next.stop.Get(), std::move(keepAlive)});
+    next.stop = std::make_shared<UniqueKernelObject>(std::move(stop));
+    std::unique_ptr<ThreadStart> start(new ThreadStart{*this, next.stop, std::move(keepAlive)});
     next.thread =
         UniqueKernelObject(CreateThread(nullptr, 0, &KeyWatch::Thread, start.get(), 0, nullptr));
     if (!next.thread) {
@@ -49,8 +49,9 @@ void KeyWatch::Stop() noexcept
     if (!ending.thread) {
         return;
     }
-    SetEvent(ending.stop.Get());
-    // A watch whose wait failed may drop the tile's last reference, and so end here itself.
+    SetEvent(ending.stop->Get());
+    // The watch itself comes here when LogonUI calls the tile back from a change that it shows, and
+    // when its wait failed and it drops the tile's last reference.
     if (GetThreadId(ending.thread.Get()) != GetCurrentThreadId()) {
         WaitForSingleObject(ending.thread.Get(), INFINITE);
     }
@@ -59,7 +60,7 @@ void KeyWatch::Stop() noexcept
 DWORD WINAPI KeyWatch::Thread(void* parameter) noexcept
 {
     const std::unique_ptr<ThreadStart> start(static_cast<ThreadStart*>(parameter));
-    Shielded([&] { start->watch.Watch(start->stop); });
+    Shielded([&] { start->watch.Watch(start->stop->Get()); });
     return 0;
 }
 

@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <memory>
+
 #include "com_ref.h"
 #include "handle.h"
 #include "lock.h"
@@ -32,9 +34,11 @@ class KeyWatch {
     void Stop() noexcept;
 
  private:
+    // Manual-reset. Shared with the thread, which waits for it until its own end.
+    using SharedEvent = std::shared_ptr<const UniqueKernelObject>;
     struct Running {
         UniqueKernelObject thread;
-        UniqueKernelObject stop;  // manual-reset
+        SharedEvent stop;
     };
     struct ThreadStart;
 
