@@ -25,7 +25,7 @@ namespace {
 enum ExitStatus : int { kAsExpected = 0, kDifferent = 1, kWrongUsage = 2, kFailed = 3 };
 
 // Longer than anything that the module or a world waits for by itself.
-constexpr DWORD kScenarioPatienceMs = 60'000;
+constexpr DWORD kScenarioPatienceMs = 30'000;
 // A person can try again.
 constexpr DWORD kPromptPatienceMs = 5'000;
 

@@ -44,11 +44,11 @@ ProviderHost::ProviderHost(MessageLoop& loop, HostObserver observer, HostManners
 ProviderHost::~ProviderHost()
 {
     Stop();
-    *alive_ = false;
 }
 
 HMODULE ProviderHost::Activate()
 {
+    isUp_ = std::make_shared<std::atomic<bool>>(true);
     const HRESULT hr =
         CoCreateInstance(kProviderClass, nullptr, CLSCTX_INPROC_SERVER, IID_ICredentialProvider,
                          reinterpret_cast<void**>(provider_.Receive()));
@@ -103,12 +103,12 @@ void ProviderHost::GiveUsers(const ScreenUsers& users)
 
 void ProviderHost::AdviseProvider()
 {
-    const auto changed = [this, alive = alive_](UINT_PTR context) {
+    const auto changed = [this, isUp = isUp_](UINT_PTR context) {
         if (context != kAdviseContext) {
             return;
         }
-        loop_.Post([this, alive] {
-            if (*alive && provider_) {
+        loop_.Post([this, isUp] {
+            if (*isUp) {
                 uncollected_ = true;
                 observer_.credentialsChanged();
                 if (manners_.collectsAtOnce) {
@@ -127,6 +127,8 @@ void ProviderHost::Stop()
         return;
     }
     uncollected_ = false;
+    *isUp_ = false;
+    models_.clear();
     if (manners_.releases == ReleaseOrder::kWithoutAWord) {
         selected_ = 0;
         tiles_.clear();
@@ -248,6 +250,7 @@ void ProviderHost::Click()
         model->Change([&](Tile& tile) { tile.icon = icon; });
     }
     if (SUCCEEDED(hr) && response == CPGSR_RETURN_CREDENTIAL_FINISHED) {
+        uncollected_ = false;
         Report(*credential.Get(), *model, serialization);
     }
 }
@@ -291,7 +294,7 @@ ProviderHost::HostedTile ProviderHost::MakeTile(DWORD index)
     HostedTile hosted;
     Require(provider_->GetCredentialAt(index, hosted.credential.Receive()), "GetCredentialAt");
     if (index >= models_.size()) {
-        models_.push_back(std::make_shared<TileModel>(observer_.tile));
+        models_.push_back(std::make_shared<TileModel>(ObserverOfTiles()));
     }
     hosted.model = models_[index];
     hosted.model->Change([&](Tile& tile) {
@@ -311,6 +314,23 @@ ProviderHost::HostedTile ProviderHost::MakeTile(DWORD index)
         hosted.userSid = sid ? sid.Get() : L"";
     }
     return hosted;
+}
+
+TileObserver ProviderHost::ObserverOfTiles() const
+{
+    TileObserver observer;
+    observer.changed = [isUp = isUp_, changed = observer_.tile.changed] {
+        if (*isUp) {
+            changed();
+        }
+    };
+    observer.statusShown = [isUp = isUp_,
+                            shown = observer_.tile.statusShown](const StatusChange& change) {
+        if (*isUp) {
+            shown(change);
+        }
+    };
+    return observer;
 }
 
 void ProviderHost::ReleaseTiles()

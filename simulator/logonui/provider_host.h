@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
@@ -104,6 +105,7 @@ class ProviderHost {
     // Lists the tiles; returns the default tile's index, or the count when there is none.
     std::size_t ListTiles(bool& autoLogon);
     HostedTile MakeTile(DWORD index);
+    TileObserver ObserverOfTiles() const;
     void ReleaseTiles();
     void Report(ICredentialProviderCredential& credential, TileModel& model,
                 const Serialization& serialization);
@@ -118,7 +120,9 @@ class ProviderHost {
     std::vector<HostedTile> tiles_;
     std::size_t selected_ = 0;
     bool uncollected_ = false;  // the provider has asked to be collected from
-    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);  // cleared on the loop's thread
+    // Whether this screen is still there; calls that come later are for nobody. A new one each
+    // time.
+    std::shared_ptr<std::atomic<bool>> isUp_;
 };
 
 }  // namespace kelvor::simulator

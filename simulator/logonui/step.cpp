@@ -8,7 +8,7 @@
 namespace kelvor::simulator {
 namespace {
 
-enum class Argument { kNone, kNumber, kDuration, kWord, kQuoted };
+enum class Argument { kNone, kOrdinal, kCount, kDuration, kWord, kQuoted };
 
 struct StepRow {
     std::string_view words;
@@ -20,8 +20,8 @@ struct StepRow {
 // A line goes to the first row whose words it begins with, so longer ones stand first.
 constexpr StepRow kSteps[] = {
     {"tiles", Argument::kNone, StepKind::kShowTiles, "tiles                 list the tiles"},
-    {"select tile", Argument::kNumber, StepKind::kSelectTile, nullptr},
-    {"select", Argument::kNumber, StepKind::kSelectTile, "select N              select tile N"},
+    {"select tile", Argument::kOrdinal, StepKind::kSelectTile, nullptr},
+    {"select", Argument::kOrdinal, StepKind::kSelectTile, "select N              select tile N"},
     {"deselect", Argument::kNone, StepKind::kDeselect, "deselect              leave the tile"},
     {"insert key nfc", Argument::kNone, StepKind::kInsertKeyNfc, nullptr},
     {"insert key", Argument::kNone, StepKind::kInsertKey, nullptr},
@@ -33,8 +33,8 @@ constexpr StepRow kSteps[] = {
     {"type PIN", Argument::kWord, StepKind::kTypePin, nullptr},
     {"pin", Argument::kNone, StepKind::kAskPin, "pin                   type the PIN, unseen"},
     {"pin", Argument::kWord, StepKind::kTypePin, "pin DIGITS            type the PIN"},
-    {"choose row", Argument::kNumber, StepKind::kChooseRow, nullptr},
-    {"choose", Argument::kNumber, StepKind::kChooseRow,
+    {"choose row", Argument::kOrdinal, StepKind::kChooseRow, nullptr},
+    {"choose", Argument::kOrdinal, StepKind::kChooseRow,
      "choose N              choose account row N"},
     {"click", Argument::kNone, StepKind::kClick, "click                 click Sign In"},
     {"touch", Argument::kNone, StepKind::kTouch, "touch                 touch the key"},
@@ -50,15 +50,15 @@ constexpr StepRow kSteps[] = {
      "key answers CODE      what the key says to the next tap"},
     {"start service", Argument::kNone, StepKind::kStartService,
      "start service         start the card service"},
-    {"kill service before exchange", Argument::kNumber, StepKind::kKillServiceBefore, nullptr},
-    {"kill service during exchange", Argument::kNumber, StepKind::kKillServiceDuring, nullptr},
-    {"kill service after exchange", Argument::kNumber, StepKind::kKillServiceAfter,
+    {"kill service before exchange", Argument::kOrdinal, StepKind::kKillServiceBefore, nullptr},
+    {"kill service during exchange", Argument::kOrdinal, StepKind::kKillServiceDuring, nullptr},
+    {"kill service after exchange", Argument::kOrdinal, StepKind::kKillServiceAfter,
      "kill service before|during|after exchange N   kill it when exchange N, from now, gets there"},
     {"kill service before logon", Argument::kNone, StepKind::kKillServiceAtLogon,
      "kill service before logon                kill it when LSA gets the next credential"},
     {"kill service", Argument::kNone, StepKind::kKillService,
      "kill service          kill the card service now"},
-    {"expect tiles", Argument::kNumber, StepKind::kExpectTiles, nullptr},
+    {"expect tiles", Argument::kCount, StepKind::kExpectTiles, nullptr},
     {"wait for status", Argument::kQuoted, StepKind::kExpectStatus, nullptr},
     {"expect status", Argument::kQuoted, StepKind::kExpectStatus,
      "expect status \"TEXT\"  wait until the status line has shown TEXT"},
@@ -94,6 +94,12 @@ std::string_view Trim(std::string_view text)
                : text.substr(from, text.find_last_not_of(" \t\r") + 1 - from);
 }
 
+bool ParseNumber(std::string_view text, unsigned& number)
+{
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size();
+}
+
 bool ParseDuration(std::string_view text, unsigned& ms)
 {
     try {
@@ -109,11 +115,10 @@ bool ParseArgument(Argument kind, std::string_view rest, Step& step)
     switch (kind) {
         case Argument::kNone:
             return rest.empty();
-        case Argument::kNumber: {
-            const auto [end, error] =
-                std::from_chars(rest.data(), rest.data() + rest.size(), step.number);
-            return error == std::errc() && end == rest.data() + rest.size() && step.number > 0;
-        }
+        case Argument::kOrdinal:
+            return ParseNumber(rest, step.number) && step.number > 0;
+        case Argument::kCount:
+            return ParseNumber(rest, step.number);
         case Argument::kDuration:
             return ParseDuration(rest, step.number);
         case Argument::kWord:
