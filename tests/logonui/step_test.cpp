@@ -47,9 +47,23 @@ TEST_CASE("The place at which the service is to be killed is told apart from kil
     CHECK(KindOf("kill service") == StepKind::kKillService);
 }
 
+TEST_CASE("A time, a count that may be nothing and a text are taken from the line")
+{
+    std::string problem;
+    const auto pass = ParseStep("pass 6 s", problem);
+    REQUIRE(pass);
+    CHECK(pass->number == 6000);
+    const auto tiles = ParseStep("expect tiles 0", problem);
+    REQUIRE(tiles);
+    CHECK(tiles->number == 0);
+    const auto screen = ParseStep("show screen change password", problem);
+    REQUIRE(screen);
+    CHECK((screen->text == "change password"));
+}
+
 TEST_CASE("A line that is not understood is refused without being repeated")
 {
-    for (const char* line : {"", "type PIN", "select tile", "select tile 0", "select tile x",
+    for (const char* line : {"", "type PIN", "select tile", "select tile 0", "select tile x", "pass", "pass a while", "expect tiles",
                              "expect status unquoted", "clicks", "frobnicate 1234"}) {
         CAPTURE(line);
         std::string problem;

@@ -44,6 +44,17 @@ bool Verifies(const TapStatement& statement, const SimKeyCredential& credential)
                        statement.signature);
 }
 
+TEST_CASE("A key that is told what to answer answers so once, without being touched")
+{
+    KeyRig rig("[key]\ntouch = never\ntouch_timeout = 50 ms\n");
+    const auto answerNext = rig.Get<simkey_answer_next_fn>("simkey_answer_next");
+
+    REQUIRE(answerNext(kKeyNoCredentials) == 0);
+
+    CHECK(rig.Tap() == kKeyNoCredentials);
+    CHECK(rig.Tap() == kKeyUserActionTimeout);
+}
+
 TEST_CASE("One tap answers for every account of the relying party, signed and verified")
 {
     KeyRig rig;
