@@ -9,6 +9,7 @@ namespace kelvor::simulator {
 namespace {
 
 constexpr std::size_t kWhoColumns = 9;
+constexpr char kStatus[] = "status";
 constexpr char kPictureIndent[] = "          ";
 
 std::string LineOf(const char* who, const std::string& what)
@@ -23,6 +24,9 @@ std::string LineOf(const char* who, const std::string& what)
 void ScreenView::Say(const char* who, const std::string& what)
 {
     const std::string line = LineOf(who, what);
+    if (GetCurrentThreadId() == loopThread_) {
+        TellHeldStatus();
+    }
     lock_.With([&] { story_.push_back(line); });
     transcript_.Event(line);
 }
@@ -41,8 +45,32 @@ void ScreenView::StatusShown(const StatusChange& change)
 {
     const bool isNew =
         lock_.With([&] { return std::exchange(status_, change.text) != change.text; });
-    if (isNew && !change.text.empty()) {
-        Say("status", ToUtf8(change.text));
+    if (!isNew || change.text.empty()) {
+        return;
+    }
+    if (GetCurrentThreadId() == loopThread_ && inCall_) {
+        heldStatus_ = LineOf(kStatus, ToUtf8(change.text));
+        transcript_.Event(heldStatus_);
+    } else {
+        Say(kStatus, ToUtf8(change.text));
+    }
+}
+
+void ScreenView::CallBegins()
+{
+    inCall_ = true;
+}
+
+void ScreenView::CallHasEnded()
+{
+    inCall_ = false;
+    TellHeldStatus();
+}
+
+void ScreenView::TellHeldStatus()
+{
+    if (!heldStatus_.empty()) {
+        lock_.With([&] { story_.push_back(std::exchange(heldStatus_, {})); });
     }
 }
 
@@ -56,6 +84,7 @@ void ScreenView::DrawAtRest(const Tile& tile)
 
 void ScreenView::Draw(const Tile& tile)
 {
+    TellHeldStatus();
     std::vector<std::string> picture = DrawTile(tile);
     DrawOnTranscript(picture);
     if (picture == told_) {

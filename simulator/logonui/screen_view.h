@@ -18,6 +18,7 @@ namespace kelvor::simulator {
 // run of one scenario.
 class ScreenView {
  public:
+    // Made by the loop's thread.
     explicit ScreenView(Transcript& transcript) : transcript_(transcript) {}
 
     // A line of who did what: "user", "status", "service", "LSA" and the like. Any thread.
@@ -28,6 +29,12 @@ class ScreenView {
     // Any thread.
     void TileChanged();
     void StatusShown(const StatusChange& change);
+
+    // A call to the provider that may pump messages begins, or has ended. Of the texts which come
+    // meanwhile on the loop's thread the story keeps the one that a person is left with: how many
+    // of the others are ever seen depends on how fast the machine is.
+    void CallBegins();
+    void CallHasEnded();
 
     // Draws `tile` if it looks different and is at rest. Loop's thread only.
     void DrawAtRest(const Tile& tile);
@@ -40,9 +47,13 @@ class ScreenView {
  private:
     static constexpr ULONGLONG kRestMs = 60;  // a burst of changes is one picture
 
+    void TellHeldStatus();
     void DrawOnTranscript(const std::vector<std::string>& picture);
 
     Transcript& transcript_;
+    const DWORD loopThread_ = GetCurrentThreadId();
+    bool inCall_ = false;     // loop's thread
+    std::string heldStatus_;  // loop's thread: to be told when the call has ended
     Lock lock_;
     ULONGLONG changedTick_ = 0;       // under lock_
     std::wstring status_;             // under lock_: as last shown

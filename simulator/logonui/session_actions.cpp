@@ -130,7 +130,9 @@ Session::Trouble Session::Click()
         return trouble;
     }
     view_.Say("user", "clicks Sign In");
+    view_.CallBegins();
     host_.Click();
+    view_.CallHasEnded();
     return std::nullopt;
 }
 
@@ -144,7 +146,7 @@ Session::Trouble Session::Touch()
     }
     view_.Say("user", "touches the blinking key");
     key_->Touch();
-    return std::nullopt;
+    return WaitFor([this] { return !KeyBlinks(); }) ? std::nullopt : Trouble("the key blinks on");
 }
 
 Session::Trouble Session::Pass(DWORD ms)

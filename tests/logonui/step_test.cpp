@@ -63,8 +63,9 @@ TEST_CASE("A time, a count that may be nothing and a text are taken from the lin
 
 TEST_CASE("A line that is not understood is refused without being repeated")
 {
-    for (const char* line : {"", "type PIN", "select tile", "select tile 0", "select tile x", "pass", "pass a while", "expect tiles",
-                             "expect status unquoted", "clicks", "frobnicate 1234"}) {
+    for (const char* line :
+         {"", "type PIN", "select tile", "select tile 0", "select tile x", "pass", "pass a while",
+          "expect tiles", "expect status unquoted", "clicks", "frobnicate 1234"}) {
         CAPTURE(line);
         std::string problem;
         CHECK_FALSE(ParseStep(line, problem));
