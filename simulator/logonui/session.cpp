@@ -11,6 +11,9 @@
 namespace kelvor::simulator {
 namespace {
 
+// A freshly selected tile has its first look at once.
+constexpr DWORD kLookMs = 1'000;
+
 struct ScreenRow {
     Screen screen;
     CREDENTIAL_PROVIDER_USAGE_SCENARIO scenario;
@@ -300,14 +303,14 @@ std::wstring Session::OwnerOf(std::size_t tile) const
 void Session::LetTileLook()
 {
     if (host_.HasSelection()) {
-        WaitFor([this] { return looks_->Any(); });
+        loop_.RunUntil([this] { return looks_->Any(); }, std::max(options_.patienceMs, kLookMs));
     }
 }
 
 bool Session::WaitFor(const std::function<bool()>& done)
 {
     // What is so already needs no loop, which would let other things happen in between.
-    return done() || loop_.RunUntil(done, options_.patienceMs);
+    return done() || (options_.patienceMs != 0 && loop_.RunUntil(done, options_.patienceMs));
 }
 
 }  // namespace kelvor::simulator

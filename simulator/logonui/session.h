@@ -28,7 +28,7 @@ namespace kelvor::simulator {
 struct SessionOptions {
     std::wstring stateFolder;
     bool withService = false;  // enrols, starts and stops the card service
-    DWORD patienceMs = 0;      // how long to wait for what ought to come
+    DWORD patienceMs = 0;      // how long to wait for what ought to come; 0: not at all
     // The module's time stands still but for Pass, so that each run goes the same way; else it is
     // the real one.
     bool timeStandsStill = false;
@@ -76,7 +76,7 @@ class Session {
     // The screen collects a finished credential that it did not collect at once.
     Trouble Collect();
     // What LSA says of the next credential, in place of what is true of it.
-    Trouble AnswerNextLogon(NTSTATUS status);
+    Trouble AnswerNextLogon(std::optional<NTSTATUS> status);
     // What the key answers to the next tap; 0: what is true.
     Trouble AnswerNextTap(int code);
 

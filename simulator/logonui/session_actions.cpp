@@ -184,7 +184,7 @@ Session::Trouble Session::Collect()
     return host_.Collect() ? std::nullopt : Trouble("the provider has raised nothing");
 }
 
-Session::Trouble Session::AnswerNextLogon(NTSTATUS status)
+Session::Trouble Session::AnswerNextLogon(std::optional<NTSTATUS> status)
 {
     nextVerdict_ = status;
     return std::nullopt;

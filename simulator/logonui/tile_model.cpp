@@ -59,12 +59,15 @@ bool TileModel::SetText(DWORD fieldId, const wchar_t* text)
     const StatusChange shown{GetTickCount64(), GetCurrentThreadId(), text != nullptr ? text : L""};
     bool isStatus = false;
     const bool known = ChangeField(fieldId, [&](TileField& field) {
-        field.text = shown.text;
-        field.typedChars = 0;
         isStatus = field.label == kStatusLabel;
         if (isStatus) {
             history_.push_back(shown);
+            if (field.text != shown.text) {
+                tile_.icon = CPSI_NONE;  // it belonged to the text before
+            }
         }
+        field.text = shown.text;
+        field.typedChars = 0;
     });
     if (isStatus) {
         observer_.statusShown(shown);

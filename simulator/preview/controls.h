@@ -4,9 +4,11 @@
 
 namespace kelvor::simulator {
 
-// The window's controls. Escape and Enter come as commands of IDCANCEL and of the default control.
+// The window's controls, in the order in which Tab goes through them. Escape and Enter come as
+// commands of IDCANCEL and of the default control.
 enum ControlId : int {
-    kTileListId = 100,
+    kFirstControl = 100,
+    kTileListId = kFirstControl,
     kPinId,
     kAccountsId,
     kSubmitId,
@@ -17,9 +19,13 @@ enum ControlId : int {
     kLayOnReaderId,
     kTakeAwayId,
     kTouchId,
+    kTapAnswerId,
     kStartServiceId,
     kKillServiceId,
+    kLogonAnswerId,
+    kCollectId,
     kEventsId,
+    kLastControl = kEventsId,
 };
 
 // Whether a person could use the control now.

@@ -17,11 +17,11 @@ constexpr std::string_view kTyping = "user     types the PIN";
 
 EventList::EventList(HWND parent, int id, const Fonts& fonts) : fonts_(fonts)
 {
-    window_ = CreateWindowExW(0, L"LISTBOX", L"What happened",
-                              WS_CHILD | WS_VISIBLE | WS_TABSTOP | WS_VSCROLL |
-                                  LBS_OWNERDRAWVARIABLE | LBS_HASSTRINGS | LBS_NOINTEGRALHEIGHT,
-                              0, 0, 0, 0, parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)),
-                              nullptr, nullptr);
+    window_ = CreateWindowExW(
+        0, L"LISTBOX", L"What happened",
+        WS_CHILD | WS_VISIBLE | WS_TABSTOP | WS_VSCROLL | LBS_OWNERDRAWVARIABLE |
+            LBS_DISABLENOSCROLL | LBS_HASSTRINGS | LBS_NOINTEGRALHEIGHT,
+        0, 0, 0, 0, parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), nullptr, nullptr);
 }
 
 void EventList::Add(std::string_view event)

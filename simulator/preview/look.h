@@ -28,6 +28,7 @@ inline constexpr COLORREF kStageMarked = RGB(37, 62, 98);
 inline constexpr COLORREF kFocus = RGB(120, 195, 255);
 inline constexpr COLORREF kBoxColour = RGB(255, 255, 255);
 inline constexpr COLORREF kBoxText = RGB(20, 20, 20);
+inline constexpr COLORREF kBoxFaintText = RGB(96, 96, 96);
 inline constexpr COLORREF kPanelColour = RGB(246, 243, 236);
 inline constexpr COLORREF kPanelText = RGB(16, 16, 16);
 inline constexpr COLORREF kPanelFaintText = RGB(84, 78, 68);

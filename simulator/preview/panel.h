@@ -5,15 +5,24 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "logonui/session.h"
+#include "preview/answers.h"
 #include "preview/event_list.h"
 #include "preview/look.h"
 #include "preview/situations.h"
 #include "secret.h"
 
 namespace kelvor::simulator {
+
+// What the panel has to know of the world that it belongs to.
+struct PanelWorld {
+    Presence key = Presence::kNone;  // where the key is when the run begins
+    bool collectsAtOnce = true;
+    Secret<wchar_t> hint;
+};
 
 // The hands of the person at the PC and the world around it, at the right of the window: what is no
 // part of the sign-in screen.
@@ -27,9 +36,9 @@ class Panel {
     Panel(const Panel&) = delete;
     Panel& operator=(const Panel&) = delete;
 
-    void SetHints(std::vector<Secret<wchar_t>> hints) { hints_ = std::move(hints); }
-    void Attach(Session& session, Presence keyAtStart);
-    void AddEvent(std::string_view event) { events_.Add(event); }
+    void SetWorld(PanelWorld world) { world_ = std::move(world); }
+    void Attach(Session& session) noexcept { session_ = &session; }
+    void AddEvent(std::string_view event);
 
     void Resize(const RECT& place);
     // Brings the buttons up to what can be done now.
@@ -39,6 +48,9 @@ class Panel {
     bool OnCommand(WORD id, WORD code);
     bool OnMeasureItem(MEASUREITEMSTRUCT& item) const;
     bool OnDrawItem(const DRAWITEMSTRUCT& item) const;
+
+    // Tells the key and LSA what the next tap and the next logon are to be answered.
+    void GiveOrders();
 
     // The situation that the person wants next.
     std::optional<std::size_t> Next() const noexcept { return next_; }
@@ -54,21 +66,24 @@ class Panel {
     HWND Find(int id) const noexcept;
     void Enable(int id, bool enabled);
     void Do(int id);
+    void ChooseSituation(WORD code);
     std::wstring KeyText() const;
+    RECT Line(int top, int height) const noexcept;
+    void PaintHeading(HDC dc, int top, const wchar_t* text, const std::wstring& state) const;
     void DrawButton(const DRAWITEMSTRUCT& item) const;
-    void DrawSituation(const DRAWITEMSTRUCT& item) const;
 
     const HWND window_;
     const Fonts& fonts_;
     const std::vector<Situation>& situations_;
     const std::size_t current_;
     Session* session_ = nullptr;
-    std::vector<Button> buttons_;
     HWND situation_ = nullptr;
+    std::vector<Button> buttons_;
+    AnswerBox tapAnswer_;
+    AnswerBox logonAnswer_;
     EventList events_;
-    std::vector<Secret<wchar_t>> hints_;
+    PanelWorld world_;
     RECT place_ = {};
-    Presence key_ = Presence::kNone;
     bool blinks_ = false;
     bool serviceRuns_ = false;
     std::optional<std::size_t> next_;

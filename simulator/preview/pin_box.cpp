@@ -2,6 +2,9 @@
 
 #include <commctrl.h>
 
+#include "preview/drawing.h"
+#include "preview/look.h"
+
 namespace kelvor::simulator {
 namespace {
 
@@ -13,12 +16,14 @@ constexpr WPARAM kMostChars = 63;
 
 void PinBox::Create(HWND parent, int id, HFONT font)
 {
+    font_ = font;
     window_ = CreateWindowExW(0, L"EDIT", L"", WS_CHILD | WS_TABSTOP | ES_PASSWORD | ES_AUTOHSCROLL,
                               0, 0, 0, 0, parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)),
                               nullptr, nullptr);
     SendMessageW(window_, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
     SendMessageW(window_, EM_SETPASSWORDCHAR, kDot, 0);
     SendMessageW(window_, EM_SETLIMITTEXT, kMostChars, 0);
+    SetWindowSubclass(window_, &OnMessage, 0, reinterpret_cast<DWORD_PTR>(this));
 }
 
 Secret<wchar_t> PinBox::Text() const
@@ -42,8 +47,29 @@ void PinBox::SetLabel(const std::wstring& label)
 {
     if (label != label_) {
         label_ = label;
-        SendMessageW(window_, EM_SETCUEBANNER, TRUE, reinterpret_cast<LPARAM>(label_.c_str()));
+        InvalidateRect(window_, nullptr, TRUE);
     }
+}
+
+// The control has a label of its own for the purpose, but in a grey that is hard to read.
+void PinBox::PaintLabel() const
+{
+    RECT inside = {};
+    GetClientRect(window_, &inside);
+    const HDC dc = GetDC(window_);
+    PutText(dc, font_, kBoxFaintText, label_, inside, DT_SINGLELINE | DT_END_ELLIPSIS);
+    ReleaseDC(window_, dc);
+}
+
+LRESULT CALLBACK PinBox::OnMessage(HWND window, UINT message, WPARAM word, LPARAM parameter,
+                                   UINT_PTR, DWORD_PTR self)
+{
+    const LRESULT result = DefSubclassProc(window, message, word, parameter);
+    const auto& box = *reinterpret_cast<const PinBox*>(self);
+    if (message == WM_PAINT && box.Empty()) {
+        box.PaintLabel();
+    }
+    return result;
 }
 
 }  // namespace kelvor::simulator

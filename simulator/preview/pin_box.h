@@ -11,6 +11,10 @@ namespace kelvor::simulator {
 // A password field: Windows' own edit control, whose memory is overwritten before it is emptied.
 class PinBox {
  public:
+    PinBox() = default;
+    PinBox(const PinBox&) = delete;
+    PinBox& operator=(const PinBox&) = delete;
+
     void Create(HWND parent, int id, HFONT font);
     HWND Window() const noexcept { return window_; }
 
@@ -22,6 +26,11 @@ class PinBox {
     void SetLabel(const std::wstring& label);
 
  private:
+    static LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM word, LPARAM parameter,
+                                      UINT_PTR, DWORD_PTR self);
+    void PaintLabel() const;
+
+    HFONT font_ = nullptr;
     HWND window_ = nullptr;
     std::wstring label_;
 };

@@ -74,6 +74,10 @@ Player::Trouble Player::Take(const Scenario::Line& line)
             return Press(kSubmitId);
         case StepKind::kTouch:
             return Press(kTouchId);
+        case StepKind::kCollect:
+            return Press(kCollectId);
+        case StepKind::kPass:
+            return std::nullopt;  // time passes by itself; what is to come of it is expected
         case StepKind::kStartService:
             return Press(kStartServiceId);
         case StepKind::kKillService:

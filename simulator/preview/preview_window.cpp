@@ -42,6 +42,10 @@ PreviewWindow::PreviewWindow(const std::vector<Situation>& situations, std::size
 {
     area_ = std::make_unique<SignInArea>(window_, fonts_);
     panel_ = std::make_unique<Panel>(window_, fonts_, situations, current);
+    for (int id = kFirstControl; id <= kLastControl; ++id) {
+        SetWindowPos(Control(id), HWND_BOTTOM, 0, 0, 0, 0,
+                     SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+    }
     keyboard_.emplace(window_);
     Resize(kWidth, kHeight);
 }
@@ -80,11 +84,11 @@ void PreviewWindow::Show()
     RedrawWindow(window_, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW | RDW_ALLCHILDREN);
 }
 
-void PreviewWindow::Attach(Session& session, Presence keyAtStart)
+void PreviewWindow::Attach(Session& session)
 {
     session_ = &session;
     area_->Attach(session);
-    panel_->Attach(session, keyAtStart);
+    panel_->Attach(session);
     SetTimer(window_, kPollTimer, kPollMs, nullptr);
     RefreshNow();
 }
@@ -225,6 +229,9 @@ void PreviewWindow::OnCommand(WORD id, WORD code)
 {
     if (id == kBeginAgainId && code == BN_CLICKED) {
         panel_->BeginAgain();
+    } else if (id == kSubmitId && code == BN_CLICKED) {
+        panel_->GiveOrders();
+        area_->OnCommand(id, code);
     } else if (!panel_->OnCommand(id, code)) {
         area_->OnCommand(id, code);
     }

@@ -37,7 +37,7 @@ class PreviewWindow {
     // Appears, and is painted before this returns.
     void Show();
     // Shows the session's tiles from now on.
-    void Attach(Session& session, Presence keyAtStart);
+    void Attach(Session& session);
     // Has `poll` run from time to time on the window's thread, whoever pumps its messages.
     void SetPoll(std::function<void()> poll) { poll_ = std::move(poll); }
 

@@ -27,6 +27,23 @@ World MakeWorld(Scenario& scenario, const std::wstring& name, const StateFolder&
     return world;
 }
 
+const wchar_t* TextOf(Screen screen)
+{
+    switch (screen) {
+        case Screen::kLogon:
+            return L"Sign in";
+        case Screen::kUnlock:
+            return L"Locked";
+        case Screen::kChangePassword:
+            return L"Change a password";
+        case Screen::kCredentialPrompt:
+            return L"A program asks for credentials";
+        case Screen::kPreLogonAccess:
+            break;
+    }
+    return L"Network sign-in";
+}
+
 // Ends the session on every way out, before its state folder goes.
 class SessionEnd {
  public:
@@ -47,16 +64,14 @@ std::optional<std::size_t> ShowSituation(const std::vector<Situation>& situation
     Scenario scenario = Scenario::Load(situations[current].path);
     const StateFolder state(L"");
     World world = MakeWorld(scenario, situations[current].path, state);
-    const Presence keyAtStart = world.key.presence;
 
     // Neither is destroyed; see Session. The window outlives what the provider's threads tell it.
     PreviewWindow& window = *new PreviewWindow(situations, current);
     Transcript& transcript = *new Transcript(true);
     transcript.SetListener([&window](std::string_view event) { window.Happened(event); });
-    window.Area().SetPlace(world.pc.name,
-                           world.pc.screen == Screen::kUnlock ? L"Locked" : L"Sign in");
+    window.Area().SetPlace(world.pc.name, TextOf(world.pc.screen));
     window.Area().SetNotice(L"The world of this situation is being made…");
-    window.World().SetHints(HintsOf(scenario));
+    window.World().SetWorld({world.key.presence, world.screen.collectsAtOnce, HintOf(scenario)});
     window.Show();
 
     SessionOptions options;
@@ -66,8 +81,9 @@ std::optional<std::size_t> ShowSituation(const std::vector<Situation>& situation
     Session& session = *new Session(std::move(world), std::move(options), transcript);
     const SessionEnd end(session);
     session.Begin();
-    window.Area().SetNotice(L"Choose a tile.");
-    window.Attach(session, keyAtStart);
+    window.Area().SetNotice(session.Host().TileCount() != 0 ? L"Choose a tile."
+                                                            : L"The provider has no tiles here.");
+    window.Attach(session);
     std::optional<Player> player;
     if (!pictures.empty()) {
         player.emplace(scenario, session, window, pictures);

@@ -53,10 +53,12 @@ void SignInArea::PaintPiece(HDC dc, const Piece& piece) const
                     DT_CENTER | DT_WORDBREAK);
             break;
         }
-        case PieceKind::kSmallText:
+        case PieceKind::kSmallText: {
+            const bool besideSign = field.label == kStatusLabel && shown_.tile.icon != CPSI_NONE;
             PutText(dc, fonts_.Get(FontRole::kText), kStageText, field.text, piece.place,
-                    DT_CENTER | DT_WORDBREAK);
+                    (besideSign ? DT_LEFT : DT_CENTER) | DT_WORDBREAK);
             break;
+        }
         case PieceKind::kStatusSign:
             DrawStatusSign(dc, piece.place, shown_.tile.icon);
             break;

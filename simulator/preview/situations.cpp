@@ -39,18 +39,27 @@ Secret<wchar_t> Widen(std::string_view text)
     return wide;
 }
 
-// What can be seen or done at the screen; the rest of a scenario looks into logs and the like.
 bool IsForPerson(StepKind kind)
 {
     switch (kind) {
-        case StepKind::kExpectTiles:
-        case StepKind::kExpectLog:
-        case StepKind::kExpectNoLog:
-        case StepKind::kExpectGate:
-        case StepKind::kPicture:
-            return false;
-        default:
+        case StepKind::kSelectTile:
+        case StepKind::kDeselect:
+        case StepKind::kInsertKey:
+        case StepKind::kInsertKeyNfc:
+        case StepKind::kRemoveKey:
+        case StepKind::kTypePin:
+        case StepKind::kChooseRow:
+        case StepKind::kClick:
+        case StepKind::kTouch:
+        case StepKind::kPass:
+        case StepKind::kCollect:
+        case StepKind::kAnswerLogon:
+        case StepKind::kAnswerTap:
+        case StepKind::kStartService:
+        case StepKind::kKillService:
             return true;
+        default:
+            return false;  // what a scenario expects can be seen
     }
 }
 
@@ -77,15 +86,16 @@ std::vector<Situation> ListSituations(const std::wstring& folder)
     return situations;
 }
 
-std::vector<Secret<wchar_t>> HintsOf(const Scenario& scenario)
+Secret<wchar_t> HintOf(const Scenario& scenario)
 {
-    std::vector<Secret<wchar_t>> hints;
+    Secret<wchar_t> hint;
     for (const Scenario::Line& line : scenario.Lines()) {
         if (IsForPerson(line.step.kind)) {
-            hints.push_back(Widen(line.text));
+            hint.Append(hint.Empty() ? std::wstring_view() : std::wstring_view(L"; "));
+            hint.Append(Widen(line.text).View());
         }
     }
-    return hints;
+    return hint;
 }
 
 }  // namespace kelvor::simulator

@@ -18,8 +18,7 @@ struct Situation {
 // The scenario files of a folder, by name. Throws std::runtime_error when there is none.
 std::vector<Situation> ListSituations(const std::wstring& folder);
 
-// What a person is to do and what is to come of it, one line a step. The lines hold the PIN that
-// the key takes.
-std::vector<Secret<wchar_t>> HintsOf(const Scenario& scenario);
+// What a person is to do, step by step; holds the PIN that the key takes.
+Secret<wchar_t> HintOf(const Scenario& scenario);
 
 }  // namespace kelvor::simulator
