@@ -54,9 +54,14 @@ def _notes(build):
     return sorted(os.path.relpath(path, build) for path in found)
 
 
-def _say(folder, files):
-    """What gcov prints of these files below the folder: one JSON text a file."""
-    result = subprocess.run([GCOV, "--json-format", "--branch-probabilities", "--stdout", *files],
+def _say(folder, build, notes):
+    """What gcov says of the counts below the folder; an object without counts never ran."""
+    for note in notes:  # gcov looks for the notes beside the counts
+        link = os.path.join(folder, note)
+        os.makedirs(os.path.dirname(link), exist_ok=True)
+        if not os.path.lexists(link):
+            os.symlink(os.path.join(build, note), link)
+    result = subprocess.run([GCOV, "--json-format", "--branch-probabilities", "--stdout", *notes],
                             cwd=folder, check=True, stdout=subprocess.PIPE,
                             stderr=subprocess.DEVNULL)
     return [json.loads(line) for line in result.stdout.decode().splitlines() if line]
@@ -66,16 +71,10 @@ def read(build, folder):
     """The sum over all counts below `folder`, where each Wine prefix has a folder of its own."""
     counts = Counts()
     notes = _notes(build)
-    answers = _say(build, notes)  # without counts: every line and branch, none of them run
-    for prefix in sorted(glob.glob(os.path.join(folder, "*", ""))):
-        ran = [note for note in notes if os.path.exists(os.path.join(prefix, note[:-4] + "gcda"))]
-        for note in ran:  # gcov looks for the notes beside the counts
-            link = os.path.join(prefix, note)
-            if not os.path.lexists(link):
-                os.symlink(os.path.join(build, note), link)
-        answers += _say(prefix, ran) if ran else []
-    for answer in answers:
-        for source in answer["files"]:
-            if source["file"].startswith("src/"):
-                counts.add(source)
+    prefixes = sorted(glob.glob(os.path.join(folder, "*", "")))
+    for prefix in prefixes or [os.path.join(folder, "nothing-ran")]:
+        for answer in _say(prefix, build, notes):
+            for source in answer["files"]:
+                if source["file"].startswith("src/"):
+                    counts.add(source)
     return counts
