@@ -20,7 +20,7 @@ bool CCredential::IsAccountServed() const
 std::optional<PendingTap> CCredential::TakeChosenTap()
 {
     return lock_.With([&]() -> std::optional<PendingTap> {
-        if (!tap_.valid || picker_.RowCount() == 0) {
+        if (!tap_.valid) {
             return std::nullopt;
         }
         tap_.chosenIndex = picker_.SelectedRow();

@@ -8,7 +8,7 @@ namespace kelvor {
 void StatusLine::Set(const wchar_t* text, CREDENTIAL_PROVIDER_STATUS_ICON icon)
 {
     lock_.With([&] {
-        static_cast<void>(fields_.SetString(SFI_STATUS_TEXT, text != nullptr ? text : L""));
+        static_cast<void>(fields_.SetString(SFI_STATUS_TEXT, text));
         icon_ = icon;
     });
     if (!screen_.DeferToLogonUi()) {

@@ -17,7 +17,6 @@ class StatusLine {
     {
     }
 
-    // Null shows an empty line.
     void Set(const wchar_t* text, CREDENTIAL_PROVIDER_STATUS_ICON icon);
     // Pushes the current text to LogonUI from the calling thread.
     void Publish() const;

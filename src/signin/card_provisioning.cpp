@@ -64,9 +64,7 @@ bool EnsureCardIsProvisioned(SignInTile& tile, const SecretText& pin, std::wstri
     const HRESULT hr = ProvisionCard(server, pin, upn, reason);
     if (FAILED(hr)) {
         LogError("GetSerialization: JIT provisioning failed hr=0x%08X (%ls)", hr, reason);
-        const std::wstring text =
-            L"Couldn't set up sign-in: " + (reason.empty() ? kTryAgainText : reason);
-        tile.SetStatus(text.c_str(), CPSI_ERROR);
+        tile.SetStatus(WithReason(L"Couldn't set up sign-in: ", reason).c_str(), CPSI_ERROR);
         return false;
     }
     tile.SetStatus(L"Finishing setup…", CPSI_NONE);

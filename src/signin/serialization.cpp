@@ -24,9 +24,7 @@ HRESULT Collect(SignInTile& tile, const SerializationOutputs& outputs)
         outcome.credential.SizeBytes(), outcome.credential.Package(), result);
     outputs.Fill(std::move(outcome));
     tile.UpdateFieldVisibility(prov_has_fido_device() != 0);
-    if (SUCCEEDED(result)) {
-        tile.TakeOptionalStatus(response, outputs.statusText, outputs.statusIcon);
-    }
+    tile.TakeOptionalStatus(response, outputs.statusText, outputs.statusIcon);
     return result;
 }
 

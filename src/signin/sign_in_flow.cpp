@@ -165,8 +165,7 @@ bool SignInRun::BuildCredential(const std::wstring& preArmedUpn)
     }
     if (FAILED(hr)) {
         LogError("GetSerialization: BuildCertificateLogon failed hr=0x%08X (%ls)", hr, reason);
-        const std::wstring text = L"Sign-in failed: " + (reason.empty() ? kTryAgainText : reason);
-        tile_.SetStatus(text.c_str(), CPSI_ERROR);
+        tile_.SetStatus(WithReason(L"Sign-in failed: ", reason).c_str(), CPSI_ERROR);
         return false;
     }
     return true;
