@@ -5,6 +5,7 @@
 using kelvor::test::CredentialEvents;
 using kelvor::test::FakeCredential;
 using kelvor::test::FieldCall;
+using kelvor::test::Reply;
 using kelvor::test::Stage;
 using kelvor::test::StageOptions;
 
@@ -239,6 +240,34 @@ TEST_CASE("Items that LogonUI does not take are not counted and not selected")
                         "account picker: combo state -> 1 with 0 row(s) (SetFieldState "
                         "hr=0x00000000)"));
     CHECK(stage.TheTile().ComboItems().size() == 2);
+}
+
+TEST_CASE("The selection sent to LogonUI stays within the items that it took")
+{
+    PickerUp stage;
+    CHECK(stage.TheTile().SelectAccount(1) == S_OK);
+    Reply held = Reply::Line(R"({"ok":true,"upn":"bob@corp.example"})");
+    held.waits = true;
+    stage.service.Answers("armorprovision", held);
+    CredentialEvents& events = stage.TheTile().Events();
+    events.Forget();
+    events.SetOnCall([&](const FieldCall& call) {
+        if (call.text == L"Bob Example") {
+            events.Fail("AppendFieldComboBoxItem", E_FAIL);
+        } else if (call.method == "SetFieldComboBoxSelectedItem") {
+            stage.service.Proceed();
+        }
+    });
+    // The blocking way applies the picker again while the choice is being submitted.
+    stage.threads.Calls().Fail("CreateThread", ERROR_NOT_ENOUGH_MEMORY, 1);
+    stage.Click();
+    events.SetOnCall({});
+    const auto selections = events.Calls("SetFieldComboBoxSelectedItem", 3);
+    REQUIRE_FALSE(selections.empty());
+    CHECK(selections.front().number == 0);
+    CHECK(stage.log.Has("INFO",
+                        "GetSerialization: submitting account row 1 from the earlier tap "
+                        "(no second touch)."));
 }
 
 TEST_CASE("A picker that LogonUI refuses to show is noted with the reason")

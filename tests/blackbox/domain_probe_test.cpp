@@ -272,3 +272,15 @@ TEST_CASE("The domain controller's description is given back")
     CHECK(stage.directory.Calls().Count("NetApiBufferFree") == 1);
     CHECK(stage.directory.Outstanding() == 0);
 }
+
+TEST_CASE("A watch whose tile has no probe goes on watching the key")
+{
+    Stage stage;
+    stage.Open();
+    stage.threads.Calls().Fail("CreateThread", ERROR_NOT_ENOUGH_MEMORY, 1);
+    stage.Select();
+    stage.Poll();
+    stage.key.SetPresent(false);
+    stage.Poll();
+    CHECK(stage.Status() == kNoKeyPrompt);
+}

@@ -298,6 +298,34 @@ TEST_CASE("A user whose SID cannot be read gets no tile and ends the walk")
     CHECK(stage.log.Has("INFO", "Initialize: AD tile user='CORP\\alice' hr=0x80070005"));
 }
 
+TEST_CASE("A user without a SID gets a tile that belongs to no known user")
+{
+    User sidless;
+    sidless.getSid = S_FALSE;
+    Stage stage(With({sidless}));
+    CHECK(stage.TileTotal() == 2);
+    CHECK(stage.log.Has("INFO", "Initialize: AD tile user='CORP\\alice' hr=0x00000001"));
+    ComRef<ICredentialProviderCredential2> tile;
+    REQUIRE(stage.TheTile()->QueryInterface(IID_ICredentialProviderCredential2,
+                                            reinterpret_cast<void**>(tile.Receive())) == S_OK);
+    LPWSTR sid = nullptr;
+    CHECK(tile->GetUserSid(&sid) == S_FALSE);
+    CHECK(stage.log.Has("INFO", "GetUserSid: no SID (otherUser=0) -> S_FALSE"));
+}
+
+TEST_CASE("A user list that hands out nothing and calls it success ends the walk")
+{
+    User nobody;
+    nobody.getAt = S_FALSE;
+    StageOptions options = With({nobody});
+    options.scenario = CPUS_UNLOCK_WORKSTATION;
+    Stage stage(options);
+    CHECK(stage.TileTotal() == 0);
+    CHECK(stage.log.Has("INFO",
+                        "_EnumerateCredentials: cpus=2 adTiles=0 skippedNonAd=0 totalTiles=0 "
+                        "hr=0x8000FFFF"));
+}
+
 TEST_CASE("Several accounts of one domain that is not served are noted once")
 {
     Stage stage(With({Named(L"WS01\\admin"), Named(L"ws01\\guest"), Named(L"AzureAD\\eve"),

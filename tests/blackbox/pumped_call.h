@@ -27,6 +27,8 @@ class PumpedCall {
 
     // Any thread; returns when a pump of the window's thread has run the call.
     void Send() const { SendMessageW(window_, kRun, 0, 0); }
+    // Any thread; the call runs once a pump of the window's thread dispatches what it takes out.
+    void Post() const { PostMessageW(window_, kRun, 0, 0); }
 
  private:
     static constexpr const wchar_t* kClass = L"KelvorPumpedCall";

@@ -6,6 +6,7 @@
 using kelvor::simulator::ImportPatch;
 using kelvor::test::Answer;
 using kelvor::test::ClickWith;
+using kelvor::test::PumpedCall;
 using kelvor::test::Stage;
 using kelvor::test::WithoutProviderSink;
 
@@ -131,6 +132,33 @@ TEST_CASE("A click that a pumped message brings is ignored while a blocking sign
                         "GetSerialization: re-entered while a sign-in is already running - "
                         "ignored."));
     CHECK(stage.key.Taps().size() == 1);
+}
+
+TEST_CASE("A message that is posted during a blocking sign-in is dispatched while it runs")
+{
+    Stage stage(WithoutProviderSink());
+    stage.key.HoldTouch();
+    stage.TypePin();
+    const PumpedCall touch([&] { stage.key.Touch(); });
+    touch.Post();
+    CHECK(stage.Click().response == CPGSR_RETURN_CREDENTIAL_FINISHED);
+}
+
+TEST_CASE("A blocking sign-in on a tile without its event shows its progress from its own thread")
+{
+    Stage stage(WithoutProviderSink());
+    stage.pipe.Calls().Fail("CreateEventW", ERROR_NOT_ENOUGH_MEMORY);
+    stage.Open();
+    stage.pipe.Calls().Succeed("CreateEventW");
+    stage.key.HoldTouch();
+    stage.TypePin();
+    stage.TheTile().Events().Forget();
+    const PumpedCall touch([&] { stage.key.Touch(); });
+    touch.Post();
+    CHECK(stage.Click().response == CPGSR_RETURN_CREDENTIAL_FINISHED);
+    const auto statuses = stage.TheTile().Events().Calls("SetFieldString", 5);
+    REQUIRE_FALSE(statuses.empty());
+    CHECK(statuses.front().threadId == stage.threads.IdOf(stage.threads.Started() - 1));
 }
 
 TEST_CASE("A quit message that arrives during a blocking sign-in is there again afterwards")

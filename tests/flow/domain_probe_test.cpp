@@ -10,17 +10,16 @@
 #include <cwchar>
 #include <string>
 
-#include "handle.h"
 #include "imports/import_table.h"
+#include "started_threads.h"
 
 using namespace kelvor;
 using kelvor::simulator::ImportPatch;
+using kelvor::test::StartedThreads;
 
 namespace {
 
 const wchar_t* directoryUpn = nullptr;  // null: the directory cannot map the name
-HANDLE probeThread = nullptr;
-HANDLE probeThreadKnown = nullptr;
 
 DWORD WINAPI FindDomainController(LPCWSTR /*computer*/, LPCWSTR /*domain*/, GUID* /*domainId*/,
                                   LPCWSTR /*site*/, ULONG /*flags*/,
@@ -33,8 +32,6 @@ DWORD WINAPI FindDomainController(LPCWSTR /*computer*/, LPCWSTR /*domain*/, GUID
 BOOLEAN WINAPI MapName(LPCWSTR /*name*/, EXTENDED_NAME_FORMAT /*from*/, EXTENDED_NAME_FORMAT /*to*/,
                        LPWSTR upn, PULONG capacityChars)
 {
-    probeThread = OpenThread(SYNCHRONIZE, FALSE, GetCurrentThreadId());
-    SetEvent(probeThreadKnown);
     if (directoryUpn == nullptr) {
         return FALSE;
     }
@@ -49,14 +46,11 @@ DirectoryAnswer AskDirectory(const wchar_t* upn)
     const HMODULE self = GetModuleHandleW(nullptr);
     const ImportPatch locator(self, "DsGetDcNameW", &FindDomainController);
     const ImportPatch translator(self, "TranslateNameW", &MapName);
-    const UniqueKernelObject known(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    probeThreadKnown = known.Get();
+    StartedThreads threads;
     const Lock lock;
     DomainProbeSlot probes(lock);
     probes.Start(L"CORP\\alice");
-    REQUIRE(WaitForSingleObject(known.Get(), 10'000) == WAIT_OBJECT_0);
-    const UniqueKernelObject thread(probeThread);
-    REQUIRE(WaitForSingleObject(thread.Get(), 10'000) == WAIT_OBJECT_0);
+    threads.JoinAll();
     return probes.Answer();
 }
 
@@ -82,4 +76,18 @@ TEST_CASE("A mapped name comes without a reason")
     const DirectoryAnswer answer = AskDirectory(L"alice@corp.example");
     CHECK((answer.upn == L"alice@corp.example"));
     CHECK(answer.reason.empty());
+}
+
+TEST_CASE("A probe that somebody else installed meanwhile stays")
+{
+    const HMODULE self = GetModuleHandleW(nullptr);
+    const ImportPatch locator(self, "DsGetDcNameW", &FindDomainController);
+    const ImportPatch translator(self, "TranslateNameW", &MapName);
+    StartedThreads threads;
+    const Lock lock;
+    DomainProbeSlot probes(lock);
+    threads.BeforeNext([&] { probes.Start(L"CORP\\bob"); });
+    probes.Start(L"CORP\\alice");
+    threads.JoinAll();
+    CHECK((probes.Current()->tileName == L"CORP\\bob"));
 }

@@ -22,6 +22,7 @@ class FakeTile final : public SignInTile {
     bool accountServed = true;
     DirectoryAnswer directory;
     std::vector<ShownStatus> shown;
+    bool askedForOptionalStatus = false;
 
     const ShownStatus& Last() const { return shown.back(); }
 
@@ -44,6 +45,7 @@ class FakeTile final : public SignInTile {
                             LPWSTR* /*text*/,
                             CREDENTIAL_PROVIDER_STATUS_ICON* /*icon*/) noexcept override
     {
+        askedForOptionalStatus = true;
     }
     void ClearPin() noexcept override {}
     void UpdateFieldVisibility(bool /*keyPresent*/) noexcept override {}

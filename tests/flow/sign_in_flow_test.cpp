@@ -6,6 +6,7 @@
 #include "fake_tile.h"
 #include "private_registry.h"
 #include "settings/settings.h"
+#include "signin/blocking_sign_in.h"
 #include "support/isolation.h"
 #include "support/log_reader.h"
 
@@ -105,4 +106,29 @@ TEST_CASE("A sign-in that runs out of memory says so and leaves no credential")
     CHECK(flow.tile.Last().icon == CPSI_ERROR);
     CHECK(flow.outcome.result == E_OUTOFMEMORY);
     CHECK(!flow.outcome.HasCredential());
+}
+
+TEST_CASE("A blocking sign-in that runs out of memory answers so and asks for no optional text")
+{
+    FlowRun flow;
+    Steps().buildRunsOutOfMemory = true;
+    CREDENTIAL_PROVIDER_GET_SERIALIZATION_RESPONSE response = CPGSR_NO_CREDENTIAL_NOT_FINISHED;
+    CREDENTIAL_PROVIDER_CREDENTIAL_SERIALIZATION serialization = {};
+    LPWSTR text = nullptr;
+    CREDENTIAL_PROVIDER_STATUS_ICON icon = CPSI_NONE;
+    CHECK(SignInBlocking(flow.tile, {&response, &serialization, &text, &icon}) == E_OUTOFMEMORY);
+    CHECK(response == CPGSR_NO_CREDENTIAL_NOT_FINISHED);
+    CHECK(serialization.rgbSerialization == nullptr);
+    CHECK_FALSE(flow.tile.askedForOptionalStatus);
+}
+
+TEST_CASE("A tile without an account is let through, and the log names it so")
+{
+    FlowRun flow;
+    Steps().build = S_OK;
+    flow.tile.userName.clear();
+    flow.Run();
+    CHECK(flow.outcome.HasCredential());
+    CHECK(flow.log.Has(
+        "WARN", "GetSerialization: could not compare tile '(none)' to resolved '' - allowing."));
 }

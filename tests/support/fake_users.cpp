@@ -61,7 +61,7 @@ class FakeUser : public ICredentialProviderUser {
     static HRESULT Give(HRESULT result, const std::optional<std::wstring>& text, LPWSTR* out)
     {
         *out = nullptr;
-        if (FAILED(result)) {
+        if (result != S_OK) {
             return result;
         }
         return text ? SHStrDupW(text->c_str(), out) : E_FAIL;
@@ -134,7 +134,7 @@ STDMETHODIMP FakeUserArray::GetAt(DWORD index, ICredentialProviderUser** user)
     if (index >= users_.size()) {
         return E_INVALIDARG;
     }
-    if (FAILED(users_[index].getAt)) {
+    if (users_[index].getAt != S_OK) {
         return users_[index].getAt;
     }
     *user = new FakeUser(users_[index]);

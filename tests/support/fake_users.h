@@ -10,7 +10,8 @@
 
 namespace kelvor::test {
 
-// One entry of LogonUI's user list.
+// One entry of LogonUI's user list. What is answered with anything but S_OK, S_FALSE included,
+// hands nothing out.
 struct User {
     std::optional<std::wstring> qualifiedName = L"CORP\\alice";
     std::optional<std::wstring> sid = L"S-1-5-21-1-2-3-1001";
