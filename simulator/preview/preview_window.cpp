@@ -209,7 +209,7 @@ LRESULT PreviewWindow::HandleFrame(UINT message, WPARAM word, LPARAM parameter)
             return 0;
         case WM_CLOSE:
             ShowWindow(window_, SW_HIDE);
-            Close();
+            Leave();
             return 0;
         default:
             break;
@@ -236,9 +236,18 @@ void PreviewWindow::OnCommand(WORD id, WORD code)
         area_->OnCommand(id, code);
     }
     if (Over()) {
-        Close();
+        Leave();
     }
     Changed();
+}
+
+// Nobody is left to touch the key: without it a provider that signs in the blocking way returns.
+void PreviewWindow::Leave()
+{
+    Close();
+    if (session_ != nullptr && session_->KeyBlinks()) {
+        session_->RemoveKey();
+    }
 }
 
 void PreviewWindow::Resize(int width, int height)

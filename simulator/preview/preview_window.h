@@ -65,6 +65,7 @@ class PreviewWindow {
     LRESULT HandleFrame(UINT message, WPARAM word, LPARAM parameter);
     int DefaultControl() const noexcept;
     void OnCommand(WORD id, WORD code);
+    void Leave();
     void Refresh();
     void Resize(int width, int height);
     void Paint();

@@ -5,6 +5,7 @@
 
 #include "logonui/session.h"
 #include "logonui/state_folder.h"
+#include "logonui/step_runner.h"
 #include "preview/player.h"
 #include "preview/preview_window.h"
 #include "text/utf8.h"
@@ -42,6 +43,25 @@ const wchar_t* TextOf(Screen screen)
             break;
     }
     return L"Network sign-in";
+}
+
+// What the scenario prepares before the first click and no hand could do at the right moment.
+void SetTraps(Session& session, const Scenario& scenario)
+{
+    for (const Scenario::Line& line : scenario.Lines()) {
+        switch (line.step.kind) {
+            case StepKind::kClick:
+                return;
+            case StepKind::kKillServiceBefore:
+            case StepKind::kKillServiceDuring:
+            case StepKind::kKillServiceAfter:
+            case StepKind::kKillServiceAtLogon:
+                RunStep(session, line.step);
+                break;
+            default:
+                break;
+        }
+    }
 }
 
 // Ends the session on every way out, before its state folder goes.
@@ -85,7 +105,9 @@ std::optional<std::size_t> ShowSituation(const std::vector<Situation>& situation
                                                             : L"The provider has no tiles here.");
     window.Attach(session);
     std::optional<Player> player;
-    if (!pictures.empty()) {
+    if (pictures.empty()) {
+        SetTraps(session, scenario);
+    } else {
         player.emplace(scenario, session, window, pictures);
         window.SetPoll([&player] { player->Advance(); });
     }
