@@ -52,9 +52,11 @@ void* WINAPI NoTaskMemory(SIZE_T /*sizeBytes*/)
     return nullptr;
 }
 
+DWORD bitmapError = ERROR_RESOURCE_NAME_NOT_FOUND;
+
 HBITMAP WINAPI NoBitmap(HINSTANCE /*module*/, LPCWSTR /*name*/)
 {
-    SetLastError(ERROR_RESOURCE_NAME_NOT_FOUND);
+    SetLastError(bitmapError);
     return nullptr;
 }
 
@@ -133,4 +135,14 @@ TEST_CASE(
     CHECK(stage.Status().empty());
     stage.Select();
     CHECK(stage.Status() == kKeyPresentPrompt);
+}
+
+TEST_CASE("A tile image that cannot be loaded is a failure although the system tells no error")
+{
+    Stage stage;
+    bitmapError = ERROR_SUCCESS;
+    const ImportPatch patch(stage.Module().Handle(), "LoadBitmapW", &NoBitmap);
+    auto* bitmap = Rubbish<std::remove_pointer_t<HBITMAP>>();
+    CHECK(stage.TheTile()->GetBitmapValue(0, &bitmap) == E_FAIL);
+    CHECK(bitmap == nullptr);
 }

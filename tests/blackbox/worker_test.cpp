@@ -24,6 +24,13 @@ DWORD WINAPI FailingWait(DWORD, const HANDLE*, DWORD, DWORD, DWORD)
     return WAIT_FAILED;
 }
 
+BOOL WINAPI NoModuleHandle(DWORD /*flags*/, LPCWSTR /*name*/, HMODULE* module)
+{
+    *module = nullptr;
+    SetLastError(ERROR_MOD_NOT_FOUND);
+    return FALSE;
+}
+
 }  // namespace
 
 TEST_CASE("A user's own tile without LogonUI's sink signs in the blocking way")
@@ -81,6 +88,17 @@ TEST_CASE("Without a worker thread the sign-in runs in the blocking way")
                         "GetSerialization: CreateThread failed (8) -- signing in the blocking way "
                         "instead."));
     CHECK(stage.Sink()->Changes().empty());
+}
+
+TEST_CASE("A worker that cannot hold the module loaded is not started")
+{
+    Stage stage;
+    stage.TypePin();
+    const ImportPatch patch(stage.Module().Handle(), "GetModuleHandleExW", &NoModuleHandle);
+    CHECK(stage.Click().response == CPGSR_RETURN_CREDENTIAL_FINISHED);
+    CHECK(stage.log.Has("WARN",
+                        "GetSerialization: CreateThread failed (126) -- signing in the blocking "
+                        "way instead."));
 }
 
 TEST_CASE("Without any thread the sign-in runs inline")

@@ -2,11 +2,18 @@
 
 #include <doctest.h>
 
+#include <windows.h>
+
+#include <wincrypt.h>
+
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "imports/import_table.h"
+
 using namespace kelvor;
+using kelvor::simulator::ImportPatch;
 
 namespace {
 
@@ -15,6 +22,22 @@ using Bytes = std::vector<unsigned char>;
 std::string Encoded(const Bytes& bytes)
 {
     return std::string(Base64Encode(bytes).View());
+}
+
+bool measuringFails = false;  // else the platform measures, and fails to convert
+
+BOOL WINAPI FailToEncode(const BYTE* /*bytes*/, DWORD sizeBytes, DWORD /*flags*/, LPSTR text,
+                         DWORD* lengthChars)
+{
+    *lengthChars = sizeBytes * 2;
+    return text == nullptr && !measuringFails;
+}
+
+BOOL WINAPI FailToDecode(LPCSTR /*text*/, DWORD lengthChars, DWORD /*flags*/, BYTE* bytes,
+                         DWORD* sizeBytes, DWORD* /*skipped*/, DWORD* /*usedFlags*/)
+{
+    *sizeBytes = lengthChars;
+    return bytes == nullptr;
 }
 
 }  // namespace
@@ -75,4 +98,21 @@ TEST_CASE("Decoding what is no Base64 fails and leaves no bytes")
         CHECK_FALSE(Base64Decode(text, decoded));
         CHECK(decoded.empty());
     }
+}
+
+TEST_CASE("Bytes that the platform cannot encode give no text")
+{
+    const ImportPatch patch(GetModuleHandleW(nullptr), "CryptBinaryToStringA", &FailToEncode);
+    for (const bool fails : {false, true}) {
+        measuringFails = fails;
+        CHECK(Encoded({1, 2, 3}).empty());
+    }
+}
+
+TEST_CASE("A text that the platform measures but cannot decode leaves no bytes")
+{
+    const ImportPatch patch(GetModuleHandleW(nullptr), "CryptStringToBinaryA", &FailToDecode);
+    Bytes bytes = {9};
+    CHECK_FALSE(Base64Decode("AQID", bytes));
+    CHECK(bytes.empty());
 }

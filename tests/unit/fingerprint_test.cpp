@@ -1,12 +1,29 @@
 #include <doctest.h>
 
+#include <windows.h>
+
+#include <bcrypt.h>
+
 #include <string>
 #include <vector>
 
 #include "fido/hex_text.h"
 #include "fido/hmac_fingerprint.h"
+#include "imports/import_table.h"
 
 using namespace kelvor;
+using kelvor::simulator::ImportPatch;
+
+namespace {
+
+NTSTATUS WINAPI FailToHash(BCRYPT_ALG_HANDLE /*algorithm*/, PUCHAR /*secret*/,
+                           ULONG /*secretBytes*/, PUCHAR /*input*/, ULONG /*inputBytes*/,
+                           PUCHAR /*output*/, ULONG /*outputBytes*/)
+{
+    return static_cast<NTSTATUS>(0xC0000017);  // STATUS_NO_MEMORY
+}
+
+}  // namespace
 
 TEST_CASE("Bytes are shown as upper-case digit pairs")
 {
@@ -25,4 +42,10 @@ TEST_CASE("A fingerprint is the first eight bytes of the SHA-256")
 TEST_CASE("Nothing has no fingerprint")
 {
     CHECK(HmacFingerprint({}) == "(unavailable)");
+}
+
+TEST_CASE("What cannot be hashed has no fingerprint")
+{
+    const ImportPatch patch(GetModuleHandleW(nullptr), "BCryptHash", &FailToHash);
+    CHECK(HmacFingerprint(std::vector<unsigned char>(32, 7)) == "(unavailable)");
 }

@@ -5,9 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "imports/import_table.h"
 #include "private_registry.h"
 
 using namespace kelvor;
+using kelvor::simulator::ImportPatch;
 using kelvor::test::PrivateRegistry;
 
 namespace {
@@ -16,6 +18,14 @@ std::vector<unsigned char> BytesOf(const std::wstring& text)
 {
     const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
     return {bytes, bytes + text.size() * sizeof(wchar_t)};
+}
+
+// A value that is gone when it is read, after its size was asked for.
+LSTATUS WINAPI LoseValue(HKEY /*key*/, LPCWSTR /*name*/, DWORD* /*reserved*/, DWORD* /*type*/,
+                         BYTE* data, DWORD* sizeBytes)
+{
+    *sizeBytes = 64;
+    return data == nullptr ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
 }
 
 }  // namespace
@@ -261,4 +271,12 @@ TEST_CASE("Windows expands the provisioning's relying party")
     SetEnvironmentVariableW(L"KELVOR_TEST_DOMAIN", L"corp");
     registry.SetText(kFidoRpIdValue, L"%KELVOR_TEST_DOMAIN%.example", REG_EXPAND_SZ);
     CHECK((ReadProvisioningRpId() == L"corp.example"));
+}
+
+TEST_CASE("A server's base that goes while it is read is this PC")
+{
+    PrivateRegistry registry;
+    registry.SetText(kFidoServerUrlValue, L"https://signin.corp.example");
+    const ImportPatch patch(GetModuleHandleW(nullptr), "RegQueryValueExW", &LoseValue);
+    CHECK((ReadServerBaseUrl() == L"https://localhost"));
 }
