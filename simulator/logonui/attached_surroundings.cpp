@@ -11,7 +11,8 @@ namespace {
 // What DsGetDcNameW answers when nobody serves the domain (winerror.h).
 constexpr DWORD kNoSuchDomain = ERROR_NO_SUCH_DOMAIN;
 
-constexpr DWORD kNever = MAXLONG;  // 24 days
+constexpr DWORD kNoSuchPackage = 0xC00000FE;  // STATUS_NO_SUCH_PACKAGE of ntstatus.h
+constexpr DWORD kNever = MAXLONG;             // 24 days
 
 std::vector<Reader> ReadersOf(const std::wstring& readerName)
 {
@@ -50,8 +51,15 @@ std::vector<CardCertificate> CertificatesOfCard()
 }  // namespace
 
 AttachedSurroundings::AttachedSurroundings(HMODULE module, const World& world, Clock* clock)
-    : directoryWorld_(world.directory), reader_(module), csp_(module), directory_(module)
+    : directoryWorld_(world.directory),
+      reader_(module),
+      csp_(module),
+      directory_(module),
+      lsa_(module)
 {
+    if (!world.pc.hasKerberos) {
+        lsa_.Calls().Fail("LsaLookupAuthenticationPackage", kNoSuchPackage);
+    }
     reader_.SetSource([name = world.card.readerName] { return ReadersOf(name); });
     csp_.SetSource(&CertificatesOfCard);
     directory_.SetComputerName(world.pc.name);

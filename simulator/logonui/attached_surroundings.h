@@ -6,6 +6,7 @@
 
 #include "surroundings/clock.h"
 #include "surroundings/directory.h"
+#include "surroundings/lsa.h"
 #include "surroundings/smart_card_csp.h"
 #include "surroundings/virtual_reader.h"
 #include "world/world.h"
@@ -33,6 +34,7 @@ class AttachedSurroundings {
     VirtualReader reader_;
     SmartCardCsp csp_;
     Directory directory_;
+    Lsa lsa_;
 };
 
 }  // namespace kelvor::simulator

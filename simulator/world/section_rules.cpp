@@ -45,6 +45,7 @@ constexpr KeyRule kPcKeys[] = {
      }},
     {"screen", [](World& world, Value value) { world.pc.screen = ReadScreen(value); }},
     {"users", ApplyUsers},
+    {"kerberos", [](World& world, Value value) { world.pc.hasKerberos = ReadYesNo(value); }},
 };
 
 void ApplyTileSink(World& world, Value value)

@@ -31,7 +31,8 @@ struct PcWorld {
     std::wstring name = L"WS01";  // NetBIOS name
     Screen screen = Screen::kLogon;
     UserList userList = UserList::kListed;
-    unsigned userCount = 0;  // with UserList::kMany
+    unsigned userCount = 0;   // with UserList::kMany
+    bool hasKerberos = true;  // false: Windows knows no authentication package of that name
 };
 
 // How the screen takes the provider's calls to a tile's sink.
