@@ -93,6 +93,7 @@ void Session::Attach(HMODULE module)
 {
     if (options_.timeStandsStill) {
         clock_.emplace(module);
+        pipeWait_.emplace(module, *clock_);
     }
     threads_.emplace(module, world_.screen.failingThreads);
     surroundings_.emplace(module, world_, clock_ ? &*clock_ : nullptr);

@@ -16,6 +16,7 @@
 #include "logonui/message_loop.h"
 #include "logonui/module_log.h"
 #include "logonui/module_threads.h"
+#include "logonui/pipe_wait.h"
 #include "logonui/provider_host.h"
 #include "logonui/screen_view.h"
 #include "logonui/service_control.h"
@@ -145,6 +146,7 @@ class Session {
     ServiceControl service_;
     ProviderHost host_;
     std::optional<Clock> clock_;
+    std::optional<PipeWait> pipeWait_;
     std::optional<ModuleThreads> threads_;
     std::optional<AttachedSurroundings> surroundings_;
     std::optional<ExchangeWatch> exchanges_;

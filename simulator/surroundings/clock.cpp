@@ -75,16 +75,6 @@ struct ClockEntry {
     {
         return (*active).Wait(count, handles, all, limitMs);
     }
-    static BOOL WINAPI WaitForPipe(LPCWSTR name, DWORD limitMs)
-    {
-        constexpr DWORD kLookMs = 1;
-        const BOOL free = WaitNamedPipeW(name, kLookMs);
-        if (!free && GetLastError() == ERROR_SEM_TIMEOUT) {
-            (*active).Advance(limitMs);
-            SetLastError(ERROR_SEM_TIMEOUT);
-        }
-        return free;
-    }
     static void WINAPI LocalTime(LPSYSTEMTIME time)
     {
         Clock& self = *active;
@@ -104,7 +94,6 @@ Clock::Clock(HMODULE module, std::uint64_t startMs) : nowMs_(startMs)
     PatchIfImported(patches_, module, "Sleep", &ClockEntry::SleepFor);
     PatchIfImported(patches_, module, "WaitForSingleObject", &ClockEntry::WaitForOne);
     PatchIfImported(patches_, module, "WaitForMultipleObjects", &ClockEntry::WaitForMany);
-    PatchIfImported(patches_, module, "WaitNamedPipeW", &ClockEntry::WaitForPipe);
     PatchIfImported(patches_, module, "GetLocalTime", &ClockEntry::LocalTime);
 }
 

@@ -14,11 +14,11 @@
 namespace kelvor::simulator {
 
 // The module's time: GetTickCount, GetTickCount64, Sleep, WaitForSingleObject,
-// WaitForMultipleObjects, WaitNamedPipeW and GetLocalTime, as far as it imports them. Time stands
-// still until Advance moves it or the module sleeps: a Sleep takes no real time and moves the clock
-// by its length; a wait with a limit ends when its object is signalled or when the clock has passed
-// its limit. A wait for a free instance of a pipe that is busy takes no real time either. Waits for
-// mutexes stay real, since other processes hold those. Any thread. One object at a time.
+// WaitForMultipleObjects and GetLocalTime, as far as it imports them. Time stands still until
+// Advance moves it or the module sleeps: a Sleep takes no real time and moves the clock by its
+// length; a wait with a limit ends when its object is signalled or when the clock has passed its
+// limit. Waits for mutexes stay real, since other processes hold those. Any thread. One object at
+// a time.
 class Clock {
  public:
     // `startMs` is the tick count to begin with.
