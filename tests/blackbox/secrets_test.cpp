@@ -3,118 +3,12 @@
 #include <functional>
 #include <memory>
 
-#include "secret.h"
-#include "support/memory_scan.h"
+#include "call_order.h"
+#include "secret_stage.h"
 #include "support/readable_failures.h"
-#include "support/stage.h"
 
+using namespace kelvor::test;
 using kelvor::WipeMemory;
-using kelvor::test::FakeCredential;
-using kelvor::test::FakeKey;
-using kelvor::test::FindInMemory;
-using kelvor::test::ForbiddenBytes;
-using kelvor::test::ForbiddenSearch;
-using kelvor::test::Reply;
-using kelvor::test::Stage;
-using kelvor::test::StageOptions;
-
-namespace {
-
-constexpr std::size_t kPinChars = 48;
-constexpr std::size_t kHmacBytes = 32;
-constexpr std::size_t kBase64Chars = 44;
-constexpr unsigned char kSeedOfAlice = 1;
-constexpr unsigned char kSeedOfBob = 2;
-constexpr unsigned char kSeedOfPin = 3;
-
-// The PIN's letters, computed so that no literal of them is in this program.
-char PinLetter(std::size_t index)
-{
-    return static_cast<char>('A' + FakeKey::HmacByte(kSeedOfPin, index) % 26);
-}
-
-unsigned char Base64Letter(unsigned char seed, std::size_t index)
-{
-    constexpr const char* kLetters =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    const std::size_t at = index / 4 * 3;
-    unsigned group = 0;
-    for (std::size_t i = at; i < at + 3; ++i) {
-        group = group << 8 | (i < kHmacBytes ? FakeKey::HmacByte(seed, i) : 0U);
-    }
-    const bool padding = at + index % 4 > kHmacBytes;
-    return static_cast<unsigned char>(padding ? '='
-                                              : kLetters[group >> (18 - 6 * (index % 4)) & 0x3F]);
-}
-
-std::vector<ForbiddenBytes> Secrets()
-{
-    std::vector<ForbiddenBytes> secrets;
-    secrets.emplace_back("the PIN in UTF-8", kPinChars, PinLetter);
-    secrets.emplace_back("the PIN in UTF-16", 2 * kPinChars, [](std::size_t i) {
-        return static_cast<char>(i % 2 == 0 ? PinLetter(i / 2) : '\0');
-    });
-    for (const unsigned char seed : {kSeedOfAlice, kSeedOfBob}) {
-        secrets.emplace_back("an hmac-secret output", kHmacBytes,
-                             [seed](std::size_t i) { return FakeKey::HmacByte(seed, i); });
-        secrets.emplace_back("an hmac-secret output in Base64", kBase64Chars,
-                             [seed](std::size_t i) { return Base64Letter(seed, i); });
-    }
-    return secrets;
-}
-
-void TypeThePin(Stage& stage)
-{
-    wchar_t pin[kPinChars + 1] = {};
-    for (std::size_t i = 0; i < kPinChars; ++i) {
-        pin[i] = static_cast<wchar_t>(PinLetter(i));
-    }
-    stage.TypePin(pin);
-    WipeMemory(pin, sizeof pin);
-}
-
-StageOptions OtherUser()
-{
-    StageOptions options;
-    options.otherUser = true;
-    return options;
-}
-
-// A stage on which the secrets are known by their patterns alone.
-struct SecretStage : Stage {
-    explicit SecretStage(StageOptions options = {}) : Stage(std::move(options))
-    {
-        service.KeepOnlyCommands();
-        char pin[kPinChars] = {};
-        for (std::size_t i = 0; i < kPinChars; ++i) {
-            pin[i] = PinLetter(i);
-        }
-        key.SetPin({pin, kPinChars});
-        WipeMemory(pin, sizeof pin);
-    }
-
-    void SignInWithThePin()
-    {
-        TypeThePin(*this);
-        Click();
-        WaitForWorker();
-        service.WaitForAllClients();
-    }
-};
-
-void CheckNothingIsLeft(Stage& stage)
-{
-    const std::vector<ForbiddenBytes> secrets = Secrets();
-    CHECK(FindInMemory(secrets) == std::vector<std::string>{});
-    const std::string log = stage.log.Bytes();
-    REQUIRE_FALSE(log.empty());
-    std::vector<std::string> inLog;
-    ForbiddenSearch(secrets).Look(reinterpret_cast<const unsigned char*>(log.data()), log.size(),
-                                  inLog);
-    CHECK(inLog == std::vector<std::string>{});
-}
-
-}  // namespace
 
 TEST_CASE("The scan finds a secret that is left on the heap")
 {
@@ -281,7 +175,7 @@ TEST_CASE("After a refused provisioning no secret is left")
 
 TEST_CASE("After an abandoned account choice no secret is left")
 {
-    SecretStage stage(OtherUser());
+    SecretStage stage(OtherUserTile());
     FakeCredential bob;
     bob.id = {0xB0};
     bob.hmacSeed = kSeedOfBob;
@@ -294,7 +188,7 @@ TEST_CASE("After an abandoned account choice no secret is left")
 
 TEST_CASE("After a submitted account choice no secret is left")
 {
-    SecretStage stage(OtherUser());
+    SecretStage stage(OtherUserTile());
     FakeCredential bob;
     bob.id = {0xB0};
     bob.hmacSeed = kSeedOfBob;
@@ -309,7 +203,7 @@ TEST_CASE("After a submitted account choice no secret is left")
 
 TEST_CASE("After a tile with an open account choice is released no secret is left")
 {
-    SecretStage stage(OtherUser());
+    SecretStage stage(OtherUserTile());
     FakeCredential bob;
     bob.id = {0xB0};
     bob.hmacSeed = kSeedOfBob;
