@@ -216,6 +216,40 @@ TEST_CASE("A tile deselected during the tap still asks for the account afterward
     CHECK(stage.log.Has("INFO", kAbandoned));
 }
 
+TEST_CASE("A click that is refused before the tap leaves the choice open")
+{
+    ChoiceAwaited stage;
+    stage.TheTile().SelectAccount(1);
+    stage.settings.Remove(L"Enabled");
+    stage.Click();
+    stage.WaitForWorker();
+    CHECK(stage.Status() == L"Domain sign-in is not enabled on this PC.");
+    CHECK(stage.TheTile().ComboItems().size() == 2);
+    CHECK(stage.TheTile().Events().State(2) == CPFS_HIDDEN);
+    stage.settings.SetDword(L"Enabled", 1);
+    stage.PutCardOf("bob@corp.example");
+    stage.Click();
+    stage.WaitForWorker();
+    CHECK(stage.key.Taps().size() == 1);
+    CHECK(stage.AskTileCount().autoLogon);
+}
+
+TEST_CASE("A picker that is shown again keeps the choice that was made")
+{
+    ChoiceAwaited stage;
+    stage.TheTile().SelectAccount(1);
+    stage.settings.Remove(L"Enabled");
+    stage.TheTile().Events().Forget();
+    // The blocking way shows the picker again at its end.
+    stage.threads.Calls().Fail("CreateThread", ERROR_NOT_ENOUGH_MEMORY, 1);
+    stage.Click();
+    const std::vector<FieldCall> chosen =
+        stage.TheTile().Events().Calls("SetFieldComboBoxSelectedItem", 3);
+    REQUIRE_FALSE(chosen.empty());
+    CHECK(chosen.back().number == 1);
+    CHECK(stage.TheTile().ComboSelection() == 1);
+}
+
 TEST_CASE("A tile with an open choice is let go like any other, with its provider first or last")
 {
     for (const bool providerFirst : {true, false}) {

@@ -224,6 +224,19 @@ TEST_CASE("The Other user tile of a fresh PC is provisioned without a tap of our
     CHECK(stage.AskTileCount().autoLogon);
 }
 
+TEST_CASE("With the gate off the Other user tile of a provisioned PC does not tap either")
+{
+    kelvor::test::StageOptions options;
+    options.otherUser = true;
+    Stage stage(options);
+    stage.settings.SetDword(L"FidoGate", 0);
+    stage.SignIn();
+    CHECK(stage.key.Taps().empty());
+    CHECK(stage.service.Commands() == std::vector<std::string>{"status"});
+    CHECK(stage.Status() ==
+          L"Sign-in failed: this PC is not set up for security-key sign-in — contact IT");
+}
+
 TEST_CASE("A silent card service leaves the verdict to a reader that has a logon card")
 {
     Stage stage;
