@@ -68,7 +68,7 @@ HRESULT Connect(UniquePipe& pipe, std::wstring& reason)
             return FailureResult(error);
         }
         // A service that was busy and is gone now is between two pipe instances.
-        busySeen = busySeen || error == ERROR_PIPE_BUSY;
+        busySeen = true;
         const ULONGLONG now = GetTickCount64();
         if (now >= deadline) {
             LogError("softcardctl: no free pipe instance after %lums (last gle=%lu)",

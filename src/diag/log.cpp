@@ -97,14 +97,13 @@ bool FormPath(Path& path, const wchar_t* format, Arguments... arguments) noexcep
     return lengthChars > 0 && lengthChars < static_cast<int>(path.size());
 }
 
-bool FindBaseFolder(Path& base) noexcept
+void FindBaseFolder(Path& base) noexcept
 {
     const DWORD lengthChars =
         GetEnvironmentVariableW(L"ProgramData", base.data(), static_cast<DWORD>(base.size()));
-    if (lengthChars != 0 && lengthChars < base.size()) {
-        return true;
+    if (lengthChars == 0 || lengthChars >= base.size()) {
+        static_cast<void>(FormPath(base, L"%ls", L"C:\\ProgramData"));
     }
-    return FormPath(base, L"%ls", L"C:\\ProgramData");
 }
 
 void CreateFolderChain(const Path& folder) noexcept
@@ -175,8 +174,8 @@ void LogV(const char* component, const char* level, const char* format,
     }
     Path base;
     Path folder;
-    if (!FindBaseFolder(base) ||
-        !FormPath(folder, L"%ls\\KelvorDirectoryFidoLogon\\Logs", base.data())) {
+    FindBaseFolder(base);
+    if (!FormPath(folder, L"%ls\\KelvorDirectoryFidoLogon\\Logs", base.data())) {
         return;
     }
     CreateFolderChain(folder);
