@@ -1,5 +1,6 @@
 #include "preview/answers.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "key/codes.h"
@@ -67,6 +68,16 @@ std::optional<long> AnswerBox::Chosen() const noexcept
 {
     const LRESULT row = SendMessageW(window_, CB_GETCURSEL, 0, 0);
     return row > 0 ? std::optional(answers_[static_cast<std::size_t>(row - 1)].code) : std::nullopt;
+}
+
+bool AnswerBox::Choose(long code) noexcept
+{
+    const auto found = std::ranges::find(answers_, code, &Answer::code);
+    if (found == answers_.end()) {
+        return false;
+    }
+    SendMessageW(window_, CB_SETCURSEL, static_cast<WPARAM>(found - answers_.begin() + 1), 0);
+    return true;
 }
 
 void AnswerBox::Reset() noexcept

@@ -32,6 +32,8 @@ class AnswerBox {
     HWND Window() const noexcept { return window_; }
     // Nothing: the truth.
     std::optional<long> Chosen() const noexcept;
+    // False when there is no such answer.
+    bool Choose(long code) noexcept;
     // Back to the truth.
     void Reset() noexcept;
     void Draw(const DRAWITEMSTRUCT& item) const;

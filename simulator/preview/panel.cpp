@@ -18,9 +18,9 @@ struct ButtonRow {
     const wchar_t* text;
 };
 constexpr ButtonRow kButtons[] = {
-    {kRestartId, L"Begin again"}, {kPlugInId, L"Plug in"},      {kLayOnReaderId, L"Lay on NFC"},
-    {kTakeAwayId, L"Take away"},  {kTouchId, L"Touch the key"}, {kStartServiceId, L"Start"},
-    {kKillServiceId, L"Kill"},    {kCollectId, L"Collect"},
+    {kRestartId, L"Begin"},      {kPlugInId, L"Plug in"},      {kLayOnReaderId, L"Lay on NFC"},
+    {kTakeAwayId, L"Take away"}, {kTouchId, L"Touch the key"}, {kStartServiceId, L"Start"},
+    {kKillServiceId, L"Kill"},   {kCollectId, L"Collect"},
 };
 
 // What the transcript has of a tap that is about to come, and of LSA's answer.
@@ -30,13 +30,6 @@ constexpr std::string_view kLogonOver = "LSA      LOGON ";
 void MoveTo(HWND control, int left, int top, int width, int height)
 {
     SetWindowPos(control, nullptr, left, top, width, height, SWP_NOZORDER | SWP_NOACTIVATE);
-}
-
-// While its list is open the arrows only look around in a combo box.
-bool HasChosen(HWND box, WORD code)
-{
-    const bool open = SendMessageW(box, CB_GETDROPPEDSTATE, 0, 0) != 0;
-    return code == CBN_SELENDOK || (code == CBN_SELCHANGE && !open);
 }
 
 }  // namespace
@@ -92,10 +85,9 @@ void Panel::Resize(const RECT& place)
     PlaceRow(below(panel::kKeyTop) + kButtonHeight + kBetween, {kTouchId});
     MoveTo(tapAnswer_.Window(), left, below(panel::kTapAnswerTop), width, kDroppedHeight);
     PlaceRow(below(panel::kServiceTop), {kStartServiceId, kKillServiceId});
-    MoveTo(logonAnswer_.Window(), left, below(panel::kLogonAnswerTop), besideButton,
-           kDroppedHeight);
-    MoveTo(Find(kCollectId), left + width - kSideButton, below(panel::kLogonAnswerTop), kSideButton,
-           kButtonHeight);
+    MoveTo(logonAnswer_.Window(), left, below(panel::kLogonAnswerTop), width, kDroppedHeight);
+    MoveTo(Find(kCollectId), left + width - kSideButton, place.top + panel::kLogonAnswerTop - 4,
+           kSideButton, panel::kHeadingHeight);
     const int eventsTop = below(panel::kEventsTop);
     MoveTo(events_.Window(), left, eventsTop, width,
            std::max<int>(place.bottom - panel::kEdge - eventsTop, 0));
@@ -152,11 +144,14 @@ bool Panel::OnCommand(WORD id, WORD code)
 {
     switch (id) {
         case kSituationId:
-            ChooseSituation(code);
+            // The arrows look around in the closed box: Enter, or the button beside it, begins.
+            if (code == CBN_SELENDOK && SendMessageW(situation_, CB_GETDROPPEDSTATE, 0, 0) != 0) {
+                BeginChosen();
+            }
             return true;
         case kTapAnswerId:
         case kLogonAnswerId:
-            if (HasChosen(GetDlgItem(window_, id), code)) {
+            if (code == CBN_SELCHANGE || code == CBN_SELENDOK) {
                 GiveOrders();
             }
             return true;
@@ -176,13 +171,24 @@ bool Panel::OnCommand(WORD id, WORD code)
     return true;
 }
 
-void Panel::ChooseSituation(WORD code)
+void Panel::BeginChosen()
 {
     const LRESULT row = SendMessageW(situation_, CB_GETCURSEL, 0, 0);
-    const auto index = static_cast<std::size_t>(row);
-    if (HasChosen(situation_, code) && row >= 0 && index != current_) {
-        next_ = index;
-    }
+    next_ = row >= 0 ? static_cast<std::size_t>(row) : current_;
+}
+
+bool Panel::OrderTap(int code)
+{
+    const bool offered = tapAnswer_.Choose(code);
+    GiveOrders();
+    return offered;
+}
+
+bool Panel::OrderLogon(NTSTATUS status)
+{
+    const bool offered = logonAnswer_.Choose(status);
+    GiveOrders();
+    return offered;
 }
 
 void Panel::GiveOrders()
@@ -195,11 +201,10 @@ void Panel::GiveOrders()
 
 void Panel::Do(int id)
 {
-    if (id == kRestartId) {
-        BeginAgain();
-        return;
-    }
     switch (id) {
+        case kRestartId:
+            BeginChosen();
+            break;
         case kPlugInId:
             session_->InsertKey(false);
             world_.key = Presence::kUsb;

@@ -49,6 +49,9 @@ class Panel {
     bool OnMeasureItem(MEASUREITEMSTRUCT& item) const;
     bool OnDrawItem(const DRAWITEMSTRUCT& item) const;
 
+    // Chooses in the boxes; false when they do not offer it.
+    bool OrderTap(int code);
+    bool OrderLogon(NTSTATUS status);
     // Tells the key and LSA what the next tap and the next logon are to be answered.
     void GiveOrders();
 
@@ -66,7 +69,7 @@ class Panel {
     HWND Find(int id) const noexcept;
     void Enable(int id, bool enabled);
     void Do(int id);
-    void ChooseSituation(WORD code);
+    void BeginChosen();
     std::wstring KeyText() const;
     RECT Line(int top, int height) const noexcept;
     void PaintHeading(HDC dc, int top, const wchar_t* text, const std::wstring& state) const;

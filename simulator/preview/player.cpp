@@ -7,6 +7,7 @@
 #include "logonui/step_runner.h"
 #include "preview/controls.h"
 #include "text/utf8.h"
+#include "world/values.h"
 
 namespace kelvor::simulator {
 namespace {
@@ -59,7 +60,8 @@ Player::Trouble Player::Take(const Scenario::Line& line)
         case StepKind::kSelectTile:
             return ChooseTile(step.number);
         case StepKind::kDeselect:
-            return Press(IDCANCEL);
+            TypeKey(VK_ESCAPE);
+            return std::nullopt;
         case StepKind::kInsertKey:
             return Press(kPlugInId);
         case StepKind::kInsertKeyNfc:
@@ -71,9 +73,12 @@ Player::Trouble Player::Take(const Scenario::Line& line)
         case StepKind::kChooseRow:
             return ChooseAccount(step.number);
         case StepKind::kClick:
-            return Press(kSubmitId);
+            return PressEnter(kSubmitId);
         case StepKind::kTouch:
             return Press(kTouchId);
+        case StepKind::kAnswerTap:
+        case StepKind::kAnswerLogon:
+            return Order(step);
         case StepKind::kCollect:
             return Press(kCollectId);
         case StepKind::kPass:
@@ -96,10 +101,9 @@ Player::Trouble Player::ChooseTile(unsigned number)
     if (!Usable(list) || number > SendMessageW(list, LB_GETCOUNT, 0, 0)) {
         return "there is no such tile in the list";
     }
+    SetFocus(list);
     SendMessageW(list, LB_SETCURSEL, number - 1, 0);
-    SendMessageW(GetParent(list), WM_COMMAND, MAKEWPARAM(kTileListId, TileList::kChosen),
-                 reinterpret_cast<LPARAM>(list));
-    return std::nullopt;
+    return PressEnter(kTileListId);
 }
 
 Player::Trouble Player::TypePin(std::string_view pin)
@@ -127,16 +131,40 @@ Player::Trouble Player::ChooseAccount(unsigned row)
     return std::nullopt;
 }
 
-// Posted: pressing the submit button may last as long as the sign-in.
+// Posted, like the keys: what a press starts may last as long as the sign-in.
 Player::Trouble Player::Press(int id)
 {
     const HWND button = window_.Control(id);
-    if (button != nullptr && !Usable(button)) {
+    if (!Usable(button)) {
         return "the button cannot be pressed";
     }
-    PostMessageW(GetParent(window_.Control(kTileListId)), WM_COMMAND, MAKEWPARAM(id, BN_CLICKED),
+    PostMessageW(GetParent(button), WM_COMMAND, MAKEWPARAM(id, BN_CLICKED),
                  reinterpret_cast<LPARAM>(button));
     return std::nullopt;
+}
+
+Player::Trouble Player::PressEnter(int id)
+{
+    const LRESULT control = SendMessageW(GetParent(window_.Control(id)), DM_GETDEFID, 0, 0);
+    if (LOWORD(control) != id || HIWORD(control) != DC_HASDEFID) {
+        return "the Enter key does not do that now";
+    }
+    TypeKey(VK_RETURN);
+    return std::nullopt;
+}
+
+void Player::TypeKey(WPARAM key)
+{
+    PostMessageW(GetFocus(), WM_KEYDOWN, key, 1);
+}
+
+Player::Trouble Player::Order(const Step& step)
+{
+    Panel& panel = window_.World();
+    const bool offered = step.kind == StepKind::kAnswerTap
+                             ? panel.OrderTap(ReadCode(step.text))
+                             : panel.OrderLogon(static_cast<NTSTATUS>(ReadStatus(step.text)));
+    return offered ? std::nullopt : Trouble("no such answer is offered");
 }
 
 void Player::TakePicture(std::string_view name)

@@ -34,6 +34,10 @@ class Player {
     Trouble TypePin(std::string_view pin);
     Trouble ChooseAccount(unsigned row);
     Trouble Press(int id);
+    // Enter, where it stands for the control.
+    Trouble PressEnter(int id);
+    void TypeKey(WPARAM key);
+    Trouble Order(const Step& step);
     void TakePicture(std::string_view name);
 
     Scenario& scenario_;

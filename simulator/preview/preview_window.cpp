@@ -217,10 +217,14 @@ LRESULT PreviewWindow::HandleFrame(UINT message, WPARAM word, LPARAM parameter)
     return DefWindowProcW(window_, message, word, parameter);
 }
 
-// Enter presses the button that has the focus, else what the sign-in screen has for it.
+// Enter presses the button that has the focus, begins the situation that its box shows, and else
+// is the sign-in screen's.
 int PreviewWindow::DefaultControl() const noexcept
 {
     const HWND focus = GetFocus();
+    if (focus == Control(kSituationId)) {
+        return kRestartId;
+    }
     const bool isButton = (SendMessageW(focus, WM_GETDLGCODE, 0, 0) & DLGC_BUTTON) != 0;
     return isButton ? GetDlgCtrlID(focus) : area_->DefaultControl();
 }

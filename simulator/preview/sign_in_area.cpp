@@ -249,6 +249,9 @@ int SignInArea::DefaultControl() const noexcept
     if (focus == list_.Window()) {
         return kTileListId;
     }
+    if (GetDlgCtrlID(focus) > kBeginAgainId) {
+        return 0;  // somebody else's
+    }
     if (Usable(again_)) {
         return kBeginAgainId;
     }
@@ -257,7 +260,7 @@ int SignInArea::DefaultControl() const noexcept
 
 bool SignInArea::OnCommand(WORD id, WORD code)
 {
-    if (session_ == nullptr || refreshing_) {
+    if (session_ == nullptr || refreshing_ || session_->SignedIn()) {
         return true;
     }
     switch (id) {
