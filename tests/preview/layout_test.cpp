@@ -33,7 +33,7 @@ Tile SelectedTile()
                    Field(CPFT_SUBMIT_BUTTON, L"Sign In", L""),
                    Field(CPFT_SMALL_TEXT, kStatusLabel, L"Touch."),
                    Field(CPFT_SMALL_TEXT, L"Finish", L"Click.")};
-    tile.fields[kImage].image = std::make_shared<const UniqueBitmap>();
+    tile.fields[kImage].image = TileImage(new UniqueBitmap());
     tile.fields[kAccounts].state = CPFS_HIDDEN;
     tile.fields[kFinish].state = CPFS_HIDDEN;
     tile.fields[kButton].adjacentTo = kPin;
