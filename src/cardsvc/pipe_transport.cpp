@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "cardsvc/write_limit.h"
 #include "diag/log.h"
 #include "guarded.h"
 #include "handle.h"
@@ -83,8 +84,9 @@ HRESULT Connect(UniquePipe& pipe, std::wstring& reason)
 
 // Writes the whole request and waits until the service has taken it. The handle is an overlapped
 // one; without an OVERLAPPED structure the writes block.
-bool WriteRequest(HANDLE pipe, std::string_view request) noexcept
+bool WriteRequest(HANDLE pipe, std::string_view request, DWORD timeoutMs) noexcept
 {
+    const WriteLimit limit(pipe, timeoutMs);
     while (!request.empty()) {
         DWORD written = 0;
         if (!WriteFile(pipe, request.data(), static_cast<DWORD>(request.size()), &written,
@@ -97,14 +99,14 @@ bool WriteRequest(HANDLE pipe, std::string_view request) noexcept
     return FlushFileBuffers(pipe) != FALSE;
 }
 
-HRESULT SendRequest(SecretText& request, UniquePipe& pipe, std::wstring& reason)
+HRESULT SendRequest(SecretText& request, UniquePipe& pipe, DWORD timeoutMs, std::wstring& reason)
 {
     const WipedOnLeaving wiped(request);
     const HRESULT hr = Connect(pipe, reason);
     if (FAILED(hr)) {
         return hr;
     }
-    if (!WriteRequest(pipe.Get(), request.View())) {
+    if (!WriteRequest(pipe.Get(), request.View(), timeoutMs)) {
         const DWORD error = GetLastError();
         LogError("softcardctl: failed to write request gle=%lu", error);
         reason = L"could not send the request to the card service";
@@ -163,7 +165,7 @@ HRESULT CardServiceTransact(SecretText& request, std::string& answer, DWORD read
 {
     answer.clear();
     UniquePipe pipe;
-    const HRESULT hr = SendRequest(request, pipe, reason);
+    const HRESULT hr = SendRequest(request, pipe, readTimeoutMs, reason);
     if (FAILED(hr)) {
         return hr;
     }

@@ -307,6 +307,9 @@ void FakeCardService::Listen()
 
 void FakeCardService::Converse(HANDLE pipe)
 {
+    if (readsNothing_) {
+        WaitForSingleObject(proceed_.Get(), kPatienceMs);
+    }
     std::string request;
     if (ReadRequest(pipe, request)) {
         const Reply reply = Take(request);

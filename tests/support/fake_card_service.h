@@ -54,6 +54,8 @@ class FakeCardService {
     void Stop();
     void Start();
 
+    // From now on it takes connections and reads nothing from them, until Proceed.
+    void ReadsNothing() { readsNothing_ = true; }
     // Lets a reply that waits go on.
     void Proceed();
     // Waits until a request for `command` has been read; false after ten seconds.
@@ -89,6 +91,7 @@ class FakeCardService {
     std::vector<std::string> commands_;
     bool keepsRequests_ = true;
     std::atomic<bool> stops_{false};
+    std::atomic<bool> readsNothing_{false};
     UniqueKernelObject listening_;
     UniqueKernelObject proceed_;
     UniqueKernelObject received_;

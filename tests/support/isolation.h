@@ -75,12 +75,16 @@ class PipeRoom {
     const std::wstring& Name() const noexcept { return name_; }
 
     // CreateFileW and WaitNamedPipeW (argument: the name that the module asked for), WriteFile,
-    // FlushFileBuffers, ReadFile, CreateEventW. Codes are system errors.
+    // FlushFileBuffers, ReadFile, CreateEventW, CreateThreadpoolTimer. Codes are system errors.
     simulator::CallBook& Calls() noexcept { return calls_; }
     // The next CreateFileW calls fail with these codes, one after another.
     void FailOpens(std::vector<DWORD> codes);
     // Pipe handles that the module opened and did not close.
     std::size_t Outstanding() const;
+    // The limits of its writes so far, in milliseconds.
+    std::vector<DWORD> WriteLimits() const;
+    // From now on such a limit passes at once.
+    void EndWritesAtOnce();
 
  private:
     friend struct PipeRoomEntry;
@@ -90,6 +94,8 @@ class PipeRoom {
     std::wstring name_;
     std::vector<DWORD> openFailures_;
     std::vector<HANDLE> open_;
+    std::vector<DWORD> writeLimits_;
+    bool writesEndAtOnce_ = false;
     std::vector<simulator::ImportPatch> patches_;
 };
 

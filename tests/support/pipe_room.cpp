@@ -17,6 +17,13 @@ bool IsPipe(LPCWSTR name) noexcept
     return std::wstring_view(name).starts_with(kPipePrefix);
 }
 
+// Of a time from now on, which is negative and in units of 100 ns.
+DWORD MillisecondsOf(const FILETIME& due) noexcept
+{
+    const auto ticks = static_cast<ULONGLONG>(due.dwHighDateTime) << 32 | due.dwLowDateTime;
+    return static_cast<DWORD>((0 - ticks) / 10'000);
+}
+
 BOOL Refuse(DWORD code) noexcept
 {
     SetLastError(code);
@@ -101,6 +108,27 @@ struct PipeRoomEntry {
         return CreateEventW(security, manualReset, initialState, name);
     }
 
+    static PTP_TIMER WINAPI MakeTimer(PTP_TIMER_CALLBACK callback, PVOID context,
+                                      PTP_CALLBACK_ENVIRON environment)
+    {
+        if (const auto code = (*active).calls_.Enter("CreateThreadpoolTimer")) {
+            SetLastError(*code);
+            return nullptr;
+        }
+        return CreateThreadpoolTimer(callback, context, environment);
+    }
+
+    static void WINAPI SetTimer(PTP_TIMER timer, PFILETIME due, DWORD periodMs, DWORD windowMs)
+    {
+        PipeRoom& self = *active;
+        FILETIME now = {};
+        const bool atOnce = due != nullptr && self.lock_.With([&] {
+            self.writeLimits_.push_back(MillisecondsOf(*due));
+            return self.writesEndAtOnce_;
+        });
+        SetThreadpoolTimer(timer, atOnce ? &now : due, periodMs, windowMs);
+    }
+
     static BOOL WINAPI Close(HANDLE handle)
     {
         PipeRoom& self = *active;
@@ -120,6 +148,8 @@ PipeRoom::PipeRoom(HMODULE module)
     simulator::PatchIfImported(patches_, module, "FlushFileBuffers", &Entry::Flush);
     simulator::PatchIfImported(patches_, module, "ReadFile", &Entry::Read);
     simulator::PatchIfImported(patches_, module, "CreateEventW", &Entry::MakeEvent);
+    simulator::PatchIfImported(patches_, module, "CreateThreadpoolTimer", &Entry::MakeTimer);
+    simulator::PatchIfImported(patches_, module, "SetThreadpoolTimer", &Entry::SetTimer);
     simulator::PatchIfImported(patches_, module, "CloseHandle", &Entry::Close);
 }
 
@@ -132,6 +162,16 @@ PipeRoom::~PipeRoom()
 void PipeRoom::FailOpens(std::vector<DWORD> codes)
 {
     lock_.With([&] { openFailures_ = std::move(codes); });
+}
+
+std::vector<DWORD> PipeRoom::WriteLimits() const
+{
+    return lock_.With([&] { return writeLimits_; });
+}
+
+void PipeRoom::EndWritesAtOnce()
+{
+    lock_.With([&] { writesEndAtOnce_ = true; });
 }
 
 std::size_t PipeRoom::Outstanding() const

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <windows.h>
+
+#include "handle.h"
+
+namespace kelvor {
+
+struct ThreadpoolTimerPolicy {
+    using Handle = PTP_TIMER;
+    static Handle Empty() noexcept { return nullptr; }
+    // Returns when no callback runs any more.
+    static void Close(Handle timer) noexcept;
+};
+
+// Limits how long writing to a pipe and flushing it may take while it lives: both wait until the
+// other end reads, which need not happen. What still waits then fails with
+// ERROR_OPERATION_ABORTED. Without memory for a timer there is no limit.
+class WriteLimit {
+ public:
+    WriteLimit(HANDLE pipe, DWORD limitMs) noexcept;
+    WriteLimit(const WriteLimit&) = delete;
+    WriteLimit& operator=(const WriteLimit&) = delete;
+
+ private:
+    static void CALLBACK Cancel(PTP_CALLBACK_INSTANCE, PVOID pipe, PTP_TIMER) noexcept;
+
+    const Unique<ThreadpoolTimerPolicy> timer_;
+};
+
+}  // namespace kelvor
