@@ -19,6 +19,7 @@ struct ThreadpoolTimerPolicy {
 class WriteLimit {
  public:
     WriteLimit(HANDLE pipe, DWORD limitMs) noexcept;
+    ~WriteLimit() = default;
     WriteLimit(const WriteLimit&) = delete;
     WriteLimit& operator=(const WriteLimit&) = delete;
 
