@@ -1,7 +1,6 @@
 #include <windows.h>
 
 #include <objbase.h>
-#include <shellapi.h>
 
 #include <cstdio>
 #include <optional>
@@ -17,6 +16,7 @@
 #include "logonui/state_folder.h"
 #include "logonui/step_runner.h"
 #include "logonui/transcript.h"
+#include "programs/command_line.h"
 #include "text/utf8.h"
 
 namespace kelvor::simulator {
@@ -29,18 +29,6 @@ constexpr DWORD kScenarioPatienceMs = 30'000;
 // A person can try again.
 constexpr DWORD kPromptPatienceMs = 5'000;
 
-constexpr wchar_t kWorldVariable[] = L"KELVOR_WORLD";
-constexpr wchar_t kStateVariable[] = L"KELVOR_WORLD_STATE";
-
-std::vector<std::wstring> Arguments()
-{
-    int count = 0;
-    LPWSTR* const list = CommandLineToArgvW(GetCommandLineW(), &count);
-    const std::vector<std::wstring> arguments(list + 1, list + count);
-    LocalFree(list);
-    return arguments;
-}
-
 World MakeWorld(const Options& options, std::optional<Scenario>& scenario, const StateFolder& state)
 {
     // The key and the card service read the same file: this process only needs what is in it.
@@ -48,8 +36,7 @@ World MakeWorld(const Options& options, std::optional<Scenario>& scenario, const
     if (path.empty()) {
         path = state.Write(L"world.ini", scenario ? scenario->World() : std::string_view());
     }
-    SetEnvironmentVariableW(kWorldVariable, path.c_str());
-    SetEnvironmentVariableW(kStateVariable, state.Path().c_str());
+    state.Publish(path);
     World world =
         scenario ? ParseWorld(scenario->World(), ToUtf8(options.script)) : LoadWorld(path);
     world.key.pin.Clear();  // the user's secret, which the screen has no business with
@@ -58,18 +45,6 @@ World MakeWorld(const Options& options, std::optional<Scenario>& scenario, const
     }
     return world;
 }
-
-// Ends the session on every way out, before its state folder goes.
-class SessionEnd {
- public:
-    explicit SessionEnd(Session& session) : session_(session) {}
-    ~SessionEnd() { session_.End(); }
-    SessionEnd(const SessionEnd&) = delete;
-    SessionEnd& operator=(const SessionEnd&) = delete;
-
- private:
-    Session& session_;
-};
 
 void WriteStory(const std::wstring& path, const std::string& description,
                 const std::vector<std::string>& story)

@@ -167,4 +167,16 @@ class Session {
     unsigned exchangesOver_ = 0;          // under lock_
 };
 
+// Ends the session on every way out, before its state folder goes.
+class SessionEnd {
+ public:
+    explicit SessionEnd(Session& session) : session_(session) {}
+    ~SessionEnd() { session_.End(); }
+    SessionEnd(const SessionEnd&) = delete;
+    SessionEnd& operator=(const SessionEnd&) = delete;
+
+ private:
+    Session& session_;
+};
+
 }  // namespace kelvor::simulator

@@ -62,4 +62,10 @@ std::wstring StateFolder::Write(const wchar_t* name, std::string_view text) cons
     return path;
 }
 
+void StateFolder::Publish(const std::wstring& world) const
+{
+    SetEnvironmentVariableW(L"KELVOR_WORLD", world.c_str());
+    SetEnvironmentVariableW(L"KELVOR_WORLD_STATE", path_.c_str());
+}
+
 }  // namespace kelvor::simulator

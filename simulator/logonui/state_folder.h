@@ -18,6 +18,9 @@ class StateFolder {
     const std::wstring& Path() const noexcept { return path_; }
     // Writes a file of the folder and returns its path.
     std::wstring Write(const wchar_t* name, std::string_view text) const;
+    // Lets the key of this process and the programs that it starts find the world's file `world`
+    // and this folder, through the environment.
+    void Publish(const std::wstring& world) const;
 
  private:
     std::wstring path_;

@@ -1,7 +1,6 @@
 #include <windows.h>
 
 #include <objbase.h>
-#include <shellapi.h>
 
 #include <algorithm>
 #include <array>
@@ -13,6 +12,7 @@
 #include "preview/options.h"
 #include "preview/show.h"
 #include "preview/situations.h"
+#include "programs/command_line.h"
 #include "text/utf8.h"
 
 namespace kelvor::simulator {
@@ -20,15 +20,6 @@ namespace {
 
 // Above kAgain: the number of the situation that is wanted next, from a process of --one.
 enum ExitStatus : DWORD { kWell = 0, kWrongUsage = 2, kFailed = 3, kAgain = 100 };
-
-std::vector<std::wstring> Arguments()
-{
-    int count = 0;
-    LPWSTR* const list = CommandLineToArgvW(GetCommandLineW(), &count);
-    const std::vector<std::wstring> arguments(list + 1, list + count);
-    LocalFree(list);
-    return arguments;
-}
 
 std::wstring ProgramPath()
 {

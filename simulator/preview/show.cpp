@@ -13,15 +13,11 @@
 namespace kelvor::simulator {
 namespace {
 
-constexpr wchar_t kWorldVariable[] = L"KELVOR_WORLD";
-constexpr wchar_t kStateVariable[] = L"KELVOR_WORLD_STATE";
-
 // The world of the scenario; the key and the card service find it in the state folder.
 World MakeWorld(Scenario& scenario, const std::wstring& name, const StateFolder& state)
 {
     const std::wstring path = state.Write(L"world.ini", scenario.World());
-    SetEnvironmentVariableW(kWorldVariable, path.c_str());
-    SetEnvironmentVariableW(kStateVariable, state.Path().c_str());
+    state.Publish(path);
     World world = ParseWorld(scenario.World(), ToUtf8(name));
     world.key.pin.Clear();  // the user's secret, which the screen has no business with
     scenario.ForgetWorld();
@@ -63,18 +59,6 @@ void SetTraps(Session& session, const Scenario& scenario)
         }
     }
 }
-
-// Ends the session on every way out, before its state folder goes.
-class SessionEnd {
- public:
-    explicit SessionEnd(Session& session) : session_(session) {}
-    ~SessionEnd() { session_.End(); }
-    SessionEnd(const SessionEnd&) = delete;
-    SessionEnd& operator=(const SessionEnd&) = delete;
-
- private:
-    Session& session_;
-};
 
 }  // namespace
 

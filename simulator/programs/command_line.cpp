@@ -6,7 +6,6 @@
 
 #include <memory>
 #include <stdexcept>
-#include <vector>
 
 #include "text/utf8.h"
 
@@ -18,14 +17,14 @@ struct LocalFreer {
     void operator()(void* memory) const noexcept { LocalFree(memory); }
 };
 
+}  // namespace
+
 std::vector<std::wstring> Arguments()
 {
     int count = 0;
     const std::unique_ptr<LPWSTR, LocalFreer> words(CommandLineToArgvW(GetCommandLineW(), &count));
     return {words.get() + 1, words.get() + count};
 }
-
-}  // namespace
 
 CommandLine::CommandLine(std::initializer_list<OptionRule> rules)
 {

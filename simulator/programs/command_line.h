@@ -4,6 +4,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace kelvor::simulator {
 
@@ -26,6 +27,9 @@ class CommandLine {
  private:
     std::map<std::wstring, std::wstring> given_;
 };
+
+// The words after the program's name with which this process was started.
+std::vector<std::wstring> Arguments();
 
 // A variable of the environment; nothing when it is unset or empty.
 std::optional<std::wstring> Environment(const wchar_t* name);
