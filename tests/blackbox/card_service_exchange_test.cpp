@@ -128,6 +128,12 @@ BOOL WINAPI FailingOverlappedResult(HANDLE, LPOVERLAPPED, LPDWORD, BOOL)
     return FALSE;
 }
 
+BOOL WINAPI EmptyOverlappedResult(HANDLE, LPOVERLAPPED, LPDWORD moved, BOOL)
+{
+    *moved = 0;
+    return TRUE;
+}
+
 }  // namespace
 
 TEST_CASE("A request that cannot be written is reported")
@@ -215,6 +221,15 @@ TEST_CASE("A read whose result cannot be had is no answer")
     Stage stage;
     const simulator::ImportPatch patch(stage.Module().Handle(), "GetOverlappedResult",
                                        &FailingOverlappedResult);
+    stage.SignIn();
+    CHECK(DidNotRespond(stage));
+}
+
+TEST_CASE("A read that ends without a byte is the end of the answer")
+{
+    Stage stage;
+    const simulator::ImportPatch patch(stage.Module().Handle(), "GetOverlappedResult",
+                                       &EmptyOverlappedResult);
     stage.SignIn();
     CHECK(DidNotRespond(stage));
 }
