@@ -11,6 +11,9 @@ namespace kelvor::simulator {
 // How often the module looks for the key while a tile is selected.
 inline constexpr DWORD kKeyWatchPollMs = 500;
 
+// Said when they ought to have come to rest and have not.
+inline constexpr char kNoRest[] = "the module's threads do not come to rest";
+
 // The module's own threads: whether the world lets them start, and whether they have come to rest.
 class ModuleThreads {
  public:

@@ -5,8 +5,6 @@
 namespace kelvor::simulator {
 namespace {
 
-constexpr char kNoRest[] = "the module's threads do not come to rest";
-
 std::string Dots(std::size_t count)
 {
     std::string dots;

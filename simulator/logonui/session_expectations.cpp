@@ -98,7 +98,7 @@ Session::Trouble Session::ExpectExchange(const std::string& command)
 Session::Trouble Session::Rest()
 {
     if (!WaitFor([this] { return HasComeToRest(); })) {
-        return "the module's threads do not come to rest";
+        return kNoRest;
     }
     DrawSelected();
     return std::nullopt;
