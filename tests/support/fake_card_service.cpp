@@ -71,17 +71,20 @@ bool WriteAll(HANDLE pipe, const std::string& bytes)
 // Reads up to the line feed, which is not kept. False when the client leaves first.
 bool ReadRequest(HANDLE pipe, std::string& request)
 {
-    request.reserve(kLongestRequestBytes);  // never grows, so that wiping it leaves nothing
-    char byte = 0;
+    request.resize(kLongestRequestBytes);  // never grows, so that wiping it leaves nothing
+    std::size_t size = 0;
     DWORD read = 0;
-    while (request.size() < kLongestRequestBytes && ReadFile(pipe, &byte, 1, &read, nullptr) &&
-           read == 1) {
-        if (byte == '\n') {
+    while (size < kLongestRequestBytes &&
+           ReadFile(pipe, request.data() + size, static_cast<DWORD>(kLongestRequestBytes - size),
+                    &read, nullptr) &&
+           read != 0) {
+        size += read;
+        if (request[size - 1] == '\n') {
+            request.resize(size - 1);
             return true;
         }
-        request.push_back(byte);
-        byte = 0;
     }
+    request.resize(size);
     return false;
 }
 
