@@ -13,19 +13,19 @@
 namespace kelvor {
 namespace {
 
-using Header = KERB_SMARTCARD_CSP_INFO;
+using CspInfo = KERB_SMARTCARD_CSP_INFO;
 constexpr std::size_t kHeaderBytes = 40;
 static_assert(sizeof(wchar_t) == 2);
-static_assert(offsetof(Header, dwCspInfoLen) == 0);
-static_assert(offsetof(Header, MessageType) == 4);
-static_assert(offsetof(Header, ContextInformation) == 8);
-static_assert(offsetof(Header, flags) == 16);
-static_assert(offsetof(Header, KeySpec) == 20);
-static_assert(offsetof(Header, nCardNameOffset) == 24);
-static_assert(offsetof(Header, nReaderNameOffset) == 28);
-static_assert(offsetof(Header, nContainerNameOffset) == 32);
-static_assert(offsetof(Header, nCSPNameOffset) == 36);
-static_assert(offsetof(Header, bBuffer) == kHeaderBytes);
+static_assert(offsetof(CspInfo, dwCspInfoLen) == 0);
+static_assert(offsetof(CspInfo, MessageType) == 4);
+static_assert(offsetof(CspInfo, ContextInformation) == 8);
+static_assert(offsetof(CspInfo, flags) == 16);
+static_assert(offsetof(CspInfo, KeySpec) == 20);
+static_assert(offsetof(CspInfo, nCardNameOffset) == 24);
+static_assert(offsetof(CspInfo, nReaderNameOffset) == 28);
+static_assert(offsetof(CspInfo, nContainerNameOffset) == 32);
+static_assert(offsetof(CspInfo, nCSPNameOffset) == 36);
+static_assert(offsetof(CspInfo, bBuffer) == kHeaderBytes);
 
 ULONG AppendCspString(std::vector<wchar_t>& characters, std::wstring_view name)
 {
@@ -41,7 +41,7 @@ std::vector<unsigned char> BuildCspInfo(const std::wstring& card, const std::wst
                                         const std::wstring& container, const std::wstring& csp)
 {
     std::vector<wchar_t> characters(2);  // no name is at offset 0
-    Header header = {};
+    CspInfo header = {};
     header.nCardNameOffset = AppendCspString(characters, card);
     header.nReaderNameOffset = AppendCspString(characters, reader);
     header.nContainerNameOffset = AppendCspString(characters, container);
