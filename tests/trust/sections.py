@@ -1,0 +1,36 @@
+"""What `./run trust` runs, in its order, and what docs/trust.md says of it.
+
+The long form of a section is its whole command; with a time limit the section gets its share of it.
+A command may hold {seed}, {minutes} (the section's limit, or nothing) and {report}, the file that
+the figures go to.
+"""
+from collections import namedtuple
+
+# name: as in `./run trust NAME`. about: what it proves and how. share: of the whole time, in percent.
+Section = namedtuple("Section", "name title about share command")
+
+WINE = "scripts/under_wine build/mingw/tests/trust"
+
+
+def program(name, count):
+    return (f"{WINE}/{name}/kelvor_trust_{name}.exe --seed {{seed}} --count {count} {{minutes}}"
+            " --report {report}")
+
+
+SECTIONS = (
+    Section(
+        "answers", "Answers of the card service",
+        "Whole sign-ins of the shipped DLL, over a real pipe, with a service whose answers are cut,"
+        " changed, doubled, nested, split, late or made up.",
+        35, program("answers", 200_000)),
+    Section(
+        "faults", "Every import fails, everywhere",
+        "A sign-in of each road once for each call of each imported function, with that call made to"
+        " fail in every way its documentation allows.",
+        10, program("faults", 1_000_000)),
+    Section(
+        "sequences", "Random LogonUI",
+        "Seeded sequences of everything that LogonUI, the user, the key, the directory and the card"
+        " service can do, in any order, with the module's threads running.",
+        20, program("sequences", 20_000)),
+)
