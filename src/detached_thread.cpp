@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "guarded.h"
-#include "handle.h"
 
 namespace kelvor {
 namespace {
@@ -38,6 +37,12 @@ DWORD WINAPI DetachedThread(void* parameter) noexcept
 
 DWORD StartDetachedThread(std::function<void()> task)
 {
+    UniqueKernelObject thread;
+    return StartDetachedThread(std::move(task), thread);
+}
+
+DWORD StartDetachedThread(std::function<void()> task, UniqueKernelObject& thread)
+{
     auto detached = std::make_unique<Detached>();
     detached->task = std::move(task);
     if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
@@ -45,8 +50,8 @@ DWORD StartDetachedThread(std::function<void()> task)
                             detached->module.Receive())) {
         return GetLastError();
     }
-    const UniqueKernelObject thread(
-        CreateThread(nullptr, 0, &DetachedThread, detached.get(), 0, nullptr));
+    thread =
+        UniqueKernelObject(CreateThread(nullptr, 0, &DetachedThread, detached.get(), 0, nullptr));
     if (!thread) {
         return GetLastError();
     }

@@ -47,16 +47,45 @@ IFACEMETHODIMP CCredential::QueryInterface(REFIID riid, void** object)
 
 IFACEMETHODIMP_(ULONG) CCredential::AddRef()
 {
-    return lock_.With([&] { return ++references_; });
+    return lock_.With([&] { return ++references_ + watchReferences_; });
 }
 
 IFACEMETHODIMP_(ULONG) CCredential::Release()
 {
-    const ULONG left = lock_.With([&] { return --references_; });
-    if (left == 0) {
+    // A tile that LogonUI lets go without unadvising it would be watched for ever. The reference is
+    // given up after the watch, so that the tile does not end with the watch's thread inside it.
+    std::optional<ULONG> left;
+    while (!(left = DropReference())) {
+        watch_.Stop();
+    }
+    if (*left == 0) {
         delete this;
     }
-    return left;
+    return *left;
+}
+
+std::optional<ULONG> CCredential::DropReference()
+{
+    return lock_.With([&]() -> std::optional<ULONG> {
+        if (references_ == 1 && watch_.Runs()) {
+            return std::nullopt;
+        }
+        return --references_ + watchReferences_;
+    });
+}
+
+void CCredential::WatchSide::AddRef() noexcept
+{
+    tile_.lock_.With([&] { ++tile_.watchReferences_; });
+}
+
+void CCredential::WatchSide::Release() noexcept
+{
+    const bool last =
+        tile_.lock_.With([&] { return --tile_.watchReferences_ + tile_.references_ == 0; });
+    if (last) {
+        delete &tile_;
+    }
 }
 
 IFACEMETHODIMP CCredential::Advise(ICredentialProviderCredentialEvents* events)
@@ -91,7 +120,7 @@ IFACEMETHODIMP CCredential::SetSelected(BOOL* autoLogon)
         const bool keyPresent = prov_has_fido_device() != 0;
         fields_.UpdateVisibility(keyPresent);
         ShowPrompt(keyPresent);
-        watch_.Start(KeepAlive());
+        watch_.Start(ComRef<WatchedTile>(&watchSide_));
         return S_OK;
     });
 }

@@ -97,6 +97,20 @@ class CCredential final : public ICredentialProviderCredential2,
     void StopKeyWatch() noexcept override { watch_.Stop(); }
     HANDLE StatusPendingEvent() const override { return screen_.StatusPendingEvent(); }
 
+    // The tile in the hands of its watch.
+    class WatchSide final : public WatchedTile {
+     public:
+        explicit WatchSide(CCredential& tile) noexcept : tile_(tile) {}
+        void AddRef() noexcept override;
+        void Release() noexcept override;
+
+     private:
+        CCredential& tile_;
+    };
+    // Gives up one reference and returns how many are left; nothing, and the reference kept, when
+    // only a running watch would be left with the tile.
+    std::optional<ULONG> DropReference();
+
     // True while a sign-in runs, or its credential waits to be collected: nobody else touches the
     // tile then.
     bool BelongsToSignIn() const;
@@ -105,7 +119,8 @@ class CCredential final : public ICredentialProviderCredential2,
     bool ScrubTap();
 
     ModuleObject counted_;
-    ULONG references_ = 1;  // under the lock
+    ULONG references_ = 1;       // under the lock, like the next: everybody's but the watch's
+    ULONG watchReferences_ = 0;  // more than one while a watch that was stopped still ends
     const bool otherUser_;
     std::wstring userName_;  // fixed before LogonUI sees the tile, like the SID
     std::wstring sid_;
@@ -120,6 +135,7 @@ class CCredential final : public ICredentialProviderCredential2,
     StatusLine status_;
     AccountPicker picker_;
     DomainProbeSlot probes_;
+    WatchSide watchSide_{*this};
     KeyWatch watch_;  // last, so that its thread ends before what it looks at
 };
 

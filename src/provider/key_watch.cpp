@@ -3,8 +3,8 @@
 #include <memory>
 #include <utility>
 
+#include "detached_thread.h"
 #include "fido/key_library.h"
-#include "guarded.h"
 #include "provider/domain_probe_report.h"
 #include "provider/prompts.h"
 
@@ -15,15 +15,9 @@ constexpr DWORD kPollMs = 500;
 
 }  // namespace
 
-struct KeyWatch::ThreadStart {
-    const KeyWatch& watch;
-    SharedEvent stop;
-    ComRef<IUnknown> keepAlive;
-};
-
-void KeyWatch::Start(ComRef<IUnknown> keepAlive)
+void KeyWatch::Start(ComRef<WatchedTile> tile)
 {
-    if (lock_.With([&] { return static_cast<bool>(running_.thread); })) {
+    if (Runs()) {
         return;
     }
     Running next;
@@ -32,14 +26,16 @@ void KeyWatch::Start(ComRef<IUnknown> keepAlive)
         return;
     }
     next.stop = std::make_shared<UniqueKernelObject>(std::move(stop));
-    std::unique_ptr<ThreadStart> start(new ThreadStart{*this, next.stop, std::move(keepAlive)});
-    next.thread =
-        UniqueKernelObject(CreateThread(nullptr, 0, &KeyWatch::Thread, start.get(), 0, nullptr));
-    if (!next.thread) {
-        return;
+    const DWORD error = StartDetachedThread(
+        [this, stop = next.stop, tile = std::move(tile)] { Watch(stop->Get()); }, next.thread);
+    if (error == ERROR_SUCCESS) {
+        lock_.With([&] { std::swap(running_, next); });
     }
-    static_cast<void>(start.release());  // the thread owns it now
-    lock_.With([&] { std::swap(running_, next); });
+}
+
+bool KeyWatch::Runs() const
+{
+    return lock_.With([&] { return static_cast<bool>(running_.thread); });
 }
 
 void KeyWatch::Stop() noexcept
@@ -50,18 +46,11 @@ void KeyWatch::Stop() noexcept
         return;
     }
     SetEvent(ending.stop->Get());
-    // The watch itself comes here when LogonUI calls the tile back from a change that it shows, and
-    // when its wait failed and it drops the tile's last reference.
+    // The watch itself comes here when LogonUI calls the tile back from a change that it shows. It
+    // ends soon after, and nobody waits for that.
     if (GetThreadId(ending.thread.Get()) != GetCurrentThreadId()) {
         WaitForSingleObject(ending.thread.Get(), INFINITE);
     }
-}
-
-DWORD WINAPI KeyWatch::Thread(void* parameter) noexcept
-{
-    const std::unique_ptr<ThreadStart> start(static_cast<ThreadStart*>(parameter));
-    Shielded([&] { start->watch.Watch(start->stop->Get()); });
-    return 0;
 }
 
 void KeyWatch::Watch(HANDLE stop) const

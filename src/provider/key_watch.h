@@ -14,6 +14,17 @@
 
 namespace kelvor {
 
+// A tile as its watch holds it. These references are counted apart from those of others: the watch
+// of a tile that nobody else holds has nobody left to watch for.
+class WatchedTile {
+ public:
+    virtual void AddRef() noexcept = 0;
+    virtual void Release() noexcept = 0;
+
+ protected:
+    ~WatchedTile() = default;
+};
+
 // Polls twice a second whether a security key is there while its tile is selected, and switches the
 // prompt when one arrives or leaves. One thread at most; its handles are guarded by the tile's
 // lock.
@@ -28,21 +39,20 @@ class KeyWatch {
     KeyWatch(const KeyWatch&) = delete;
     KeyWatch& operator=(const KeyWatch&) = delete;
 
-    // The thread holds `keepAlive`, the tile, until it ends. Silent when no thread is to be had.
-    void Start(ComRef<IUnknown> keepAlive);
+    // The thread holds the tile until it ends. Silent when no thread is to be had.
+    void Start(ComRef<WatchedTile> tile);
     // Returns when the thread has ended: one poll at most.
     void Stop() noexcept;
+    // True until somebody stops it.
+    bool Runs() const;
 
  private:
-    // Manual-reset. Shared with the thread, which waits for it until its own end.
-    using SharedEvent = std::shared_ptr<const UniqueKernelObject>;
     struct Running {
         UniqueKernelObject thread;
-        SharedEvent stop;
+        // Manual-reset. Shared with the thread, which waits for it until its own end.
+        std::shared_ptr<const UniqueKernelObject> stop;
     };
-    struct ThreadStart;
 
-    static DWORD WINAPI Thread(void* parameter) noexcept;
     void Watch(HANDLE stop) const;
     void OnPresenceChanged(bool present) const;
 

@@ -118,12 +118,9 @@ TEST_CASE("A provider may be let go without a word at any moment")
     }
 }
 
-TEST_CASE("Tiles that nobody watches may be let go without a word, and their sinks stay counted")
+TEST_CASE("Tiles may be let go without a word at any moment, and their sinks stay counted")
 {
     for (const Moment& moment : kMoments) {
-        if (moment.reach == &Reach<Watched> || moment.reach == &Reach<ProbeUnanswered>) {
-            continue;
-        }
         CAPTURE(moment.name);
         const std::unique_ptr<Stage> stage = moment.reach();
         const auto sinks = TileSinks(*stage);
@@ -137,29 +134,62 @@ TEST_CASE("Tiles that nobody watches may be let go without a word, and their sin
     }
 }
 
-TEST_CASE(
-    "A watched tile that is let go without a word lives, and keeps the module, until it is unadvised")
+TEST_CASE("A watched tile ends with whoever lets it go last, and its watch with it")
 {
     Stage stage;
     stage.Select();
-    ICredentialProviderCredential* const tile = stage.TheTile().Get();
+    stage.WaitForProbe();
     CredentialEvents* const sink = &stage.TheTile().Events();
     const std::size_t watch = stage.threads.Started() - 1;
+    const ComRef<CredentialEvents> kept(sink);
     stage.LetTilesGo(Farewell::kSilent);
-    stage.LetProviderGo();
-    stage.Poll();
-    CHECK(stage.Module().CanUnloadNow() == S_FALSE);
     CHECK_FALSE(stage.threads.HasEnded(watch));
-    stage.key.SetPresent(false);
-    stage.Poll();
-    CHECK(sink->Text(5) == kNoKeyPrompt);
-    {
-        const ComRef<ICredentialProviderCredential> again(tile);  // alive: the watch holds it
-        CHECK(sink->References() == 1);
-        CHECK(again->UnAdvise() == S_OK);
-        CHECK(stage.threads.HasEnded(watch));
-    }
+    stage.LetProviderGo(Farewell::kSilent);
+    CHECK(stage.threads.HasEnded(watch));
     CHECK(stage.Module().CanUnloadNow() == S_OK);
+    sink->Release();  // the reference that went with the tile
+}
+
+TEST_CASE("The last Release of a watched tile says that nobody holds it")
+{
+    Stage stage;
+    stage.Select();
+    stage.LetProviderGo();
+    ICredentialProviderCredential* const tile = stage.TheTile().Get();
+    tile->AddRef();
+    CHECK(stage.TheTile().UnAdvise() == S_OK);
+    stage.TheTile().Select();
+    stage.LetTilesGo(Farewell::kSilent);
+    CHECK(tile->Release() == 0);
+    CHECK(stage.Module().CanUnloadNow() == S_OK);
+}
+
+TEST_CASE("LogonUI that lets go of its tile inside a call of the watch ends it with the watch")
+{
+    Stage stage;
+    stage.Select();
+    stage.WaitForProbe();
+    stage.Poll();
+    stage.LetProviderGo();
+    const std::size_t watch = stage.threads.Started() - 1;
+    const ComRef<CredentialEvents> sink(&stage.TheTile().Events());
+    bool letGo = false;
+    HRESULT meanwhile = S_OK;
+    sink->SetOnCall([&](const FieldCall& call) {
+        if (call.threadId == stage.threads.IdOf(watch) && !letGo) {
+            letGo = true;
+            stage.LetTilesGo(Farewell::kSilent);
+            meanwhile = stage.Module().CanUnloadNow();
+        }
+    });
+    stage.key.SetPresent(false);
+    REQUIRE(stage.clock.EndWait(500));
+    REQUIRE(stage.threads.Join(watch));
+    CHECK(letGo);
+    CHECK(meanwhile == S_FALSE);  // the watch still holds the tile
+    CHECK(stage.Module().CanUnloadNow() == S_OK);
+    CHECK(sink->References() == 2);
+    sink->Release();  // the reference that went with the tile
 }
 
 TEST_CASE("A worker whose tile nobody holds any more finishes and takes the tile with it")
