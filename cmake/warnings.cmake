@@ -11,5 +11,7 @@ else()
   target_compile_options(kelvor_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
     -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -Wdate-time>)
-  target_link_options(kelvor_options INTERFACE -Wl,--no-insert-timestamp)
+  if(WIN32)
+    target_link_options(kelvor_options INTERFACE -Wl,--no-insert-timestamp)
+  endif()
 endif()

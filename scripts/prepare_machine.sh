@@ -17,12 +17,17 @@ flock util-linux'
 kPreviewTools="$kDemoTools
 /usr/share/fonts/truetype/open-sans/OpenSans-Regular.ttf fonts-open-sans
 Xvfb xvfb"
-kTestTools="$kPreviewTools
+kFuzzTools='cmake cmake
+ninja ninja-build
 clang++-14 clang-14
+/usr/lib/clang/14/lib/linux/libclang_rt.fuzzer-x86_64.a libclang-rt-14-dev
+llvm-cov-14 llvm-14
+python3 python3'
+kTestTools="$kPreviewTools
+$kFuzzTools
 clang-format-14 clang-format-14
 clang-tidy-14 clang-tidy-14
-git git
-python3 python3"
+git git"
 kCoverageTools="$kTestTools
 x86_64-w64-mingw32-gcov-win32 gcc-mingw-w64-x86-64-win32"
 

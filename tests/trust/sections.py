@@ -19,6 +19,12 @@ def program(name, count):
 
 SECTIONS = (
     Section(
+        "codec", "Fuzzing of the JSON codec",
+        "A libFuzzer program for each function of the codec, with AddressSanitizer and UBSan; each"
+        " answer is compared with that of a slow reader of the same rules.",
+        10, "python3 -B tests/trust/codec/fuzz.py build/fuzz --runs 100000000 --seed {seed}"
+            " {minutes} --report {report}"),
+    Section(
         "answers", "Answers of the card service",
         "Whole sign-ins of the shipped DLL, over a real pipe, with a service whose answers are cut,"
         " changed, doubled, nested, split, late or made up.",
