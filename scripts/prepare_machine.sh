@@ -17,6 +17,11 @@ flock util-linux'
 kPreviewTools="$kDemoTools
 /usr/share/fonts/truetype/open-sans/OpenSans-Regular.ttf fonts-open-sans
 Xvfb xvfb"
+kPackageTools="$kDemoTools
+wixl wixl
+msibuild msitools
+osslsigncode osslsigncode
+python3 python3"
 kFuzzTools='cmake cmake
 ninja ninja-build
 clang++-14 clang-14
@@ -24,7 +29,9 @@ clang++-14 clang-14
 llvm-cov-14 llvm-14
 python3 python3'
 kTestTools="$kPreviewTools
+$kPackageTools
 $kFuzzTools
+openssl openssl
 clang-format-14 clang-format-14
 clang-tidy-14 clang-tidy-14
 git git"

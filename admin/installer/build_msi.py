@@ -1,0 +1,143 @@
+#!/usr/bin/env python3
+"""build_msi.py BIN MSI [--version X.Y.Z] [--certificate PFX --password-file FILE [--timestamp URL]]
+
+Makes the installer from the programs in the folder BIN: stages the files, lets wixl make the database,
+and adds what wixl has no words for. With a certificate (PKCS #12) the programs and the MSI are signed.
+Exit status 2: the arguments make no sense.
+"""
+import argparse
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+HERE = os.path.join(ROOT, "admin", "installer")
+PROGRAMS = ("KelvorFidoAdLogonCredentialProvider.dll", "KelvorFidoAdLogonAdmin.exe")
+POLICIES = ("KelvorFidoAdLogon.admx", "en-US/KelvorFidoAdLogon.adml")
+DOCS = ("accessibility", "deployment", "limits", "recovery", "settings", "troubleshooting")
+# An attribute of a component (Windows Installer's Component table).
+PERMANENT = 16
+
+
+def run(command, **options):
+    result = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, **options)
+    if result.returncode:
+        sys.exit(f"{command[0]} failed:\n{result.stdout.decode(errors='replace')}")
+    return result.stdout.decode(errors="replace")
+
+
+def arguments():
+    parser = argparse.ArgumentParser(prog="./run package", description=__doc__.split("\n\n")[1])
+    parser.add_argument("bin")
+    parser.add_argument("msi")
+    parser.add_argument("--version", default=project_version())
+    parser.add_argument("--certificate")
+    parser.add_argument("--password-file")
+    parser.add_argument("--timestamp", metavar="URL")
+    given = parser.parse_args()
+    if not re.fullmatch(r"\d{1,3}\.\d{1,3}\.\d{1,5}", given.version):
+        parser.error(f"a version is three numbers, such as 1.0.0, not '{given.version}'")
+    if bool(given.certificate) != bool(given.password_file):
+        parser.error("--certificate and --password-file belong together")
+    for path in filter(None, (given.certificate, given.password_file)):
+        if not os.path.isfile(path):
+            parser.error(f"there is no file {path}")
+    return given
+
+
+def project_version():
+    with open(os.path.join(ROOT, "CMakeLists.txt"), encoding="utf-8") as file:
+        return re.search(r"project\(\S+ VERSION (\S+)", file.read()).group(1)
+
+
+def stage(given, folder):
+    sources = [os.path.join(given.bin, name) for name in PROGRAMS]
+    sources += [os.path.join(ROOT, "admin", "policies", name) for name in POLICIES]
+    sources += [os.path.join(ROOT, "docs", name + ".md") for name in DOCS]
+    sources.append(os.path.join(HERE, "KelvorFidoAdLogon.wxs"))
+    for source in sources:
+        if not os.path.isfile(source):
+            sys.exit(f"{source} is missing: ./run package builds it first")
+        shutil.copy2(source, folder)
+
+
+def sign(given, path):
+    if not given.certificate:
+        return
+    signed = path + ".signed"
+    run(["osslsigncode", "sign", "-pkcs12", given.certificate, "-readpass", given.password_file,
+         "-h", "sha256", "-n", "Kelvor FIDO AD Logon",
+         *(["-ts", given.timestamp] if given.timestamp else []), "-in", path, "-out", signed])
+    os.replace(signed, path)
+
+
+def edit_table(msi, folder, table, edit):
+    """Hands the fields of each row of a table, by their columns' names, to `edit`."""
+    lines = run(["msiinfo", "export", msi, table]).splitlines()
+    columns = lines[0].split("\t")
+    rows = []
+    for line in lines[3:]:
+        row = dict(zip(columns, line.split("\t")))
+        edit(row)
+        rows.append("\t".join(row[column] for column in columns))
+    path = os.path.join(folder, table + ".idt")
+    with open(path, "w", encoding="utf-8") as file:
+        file.write("\r\n".join(lines[:3] + rows) + "\r\n")
+    run(["msibuild", msi, "-i", path])
+
+
+def short_name(number, name):
+    return f"KELVOR{number:02}.{name.rsplit('.', 1)[1][:3].upper()}"
+
+
+def complete(msi, folder, version):
+    """A setting is written when its property is given, and stays when the product goes."""
+    settings = []
+
+    def component(row):
+        kind, _, name = row["Component"].partition(".")
+        if kind == "Setting":
+            settings.append(name.upper())
+            row["Condition"] = name.upper()
+            row["Attributes"] = str(int(row["Attributes"]) | PERMANENT)
+
+    def file(row):
+        row["FileName"] = short_name(int(row["Sequence"]), row["FileName"]) + "|" + row["FileName"]
+        if row["File"] in ("Module.dll", "AdminTool.exe"):
+            row["Version"], row["Language"] = version + ".0", "1033"
+
+    def directory(row):
+        if row["Directory"] == "ProductFolder":
+            row["DefaultDir"] = "FIDOAD~1|" + row["DefaultDir"]
+
+    def property_(row):
+        if row["Property"] == "SecureCustomProperties":
+            row["Value"] = ";".join([row["Value"], *settings])
+
+    def registry(row):
+        row["Key"] = row["Key"].rstrip("\\")
+
+    for table, edit in (("Component", component), ("File", file), ("Directory", directory),
+                        ("Property", property_), ("Registry", registry)):
+        edit_table(msi, folder, table, edit)
+
+
+def main():
+    given = arguments()
+    with tempfile.TemporaryDirectory() as folder:
+        stage(given, folder)
+        for name in PROGRAMS:
+            sign(given, os.path.join(folder, name))
+        msi = os.path.join(folder, "package.msi")
+        run(["wixl", "-a", "x64", "-D", "Version=" + given.version, "-o", msi,
+             "KelvorFidoAdLogon.wxs"], cwd=folder)
+        complete(msi, folder, given.version)
+        sign(given, msi)
+        shutil.copyfile(msi, given.msi)
+    print(given.msi)
+
+
+main()
