@@ -6,12 +6,14 @@
 #include "console/output.h"
 #include "console/program.h"
 #include "explain/explain_command.h"
+#include "log/log_command.h"
 
 int main()
 {
     using namespace kelvor::admin;
     constexpr Command kCommands[] = {
         kExplainCommand,
+        kLogCommand,
     };
     const StandardStream output(STD_OUTPUT_HANDLE);
     const StandardStream error(STD_ERROR_HANDLE);
