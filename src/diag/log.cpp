@@ -10,6 +10,7 @@
 #include <cwchar>
 #include <memory>
 
+#include "diag/log_message.h"
 #include "handle.h"
 
 namespace kelvor {
@@ -56,7 +57,8 @@ class MachineWideTurn {
     UniqueKernelObject mutex_;
 };
 
-// The C runtime converts %ls by the locale; this thread alone has UTF-8 while the object lives.
+// What of a message the C runtime converts, it converts by the locale; this thread alone has UTF-8
+// while the object lives.
 class Utf8ThreadLocale {
  public:
     Utf8ThreadLocale() noexcept : threadSetting_(_configthreadlocale(_ENABLE_PER_THREAD_LOCALE))
@@ -151,7 +153,7 @@ void AppendLine(const Path& path, const char* level, const char* format,
     std::fprintf(file.get(), "%04u-%02u-%02u %02u:%02u:%02u.%03u  pid=%-5lu tid=%-5lu  %-5s  ",
                  now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond,
                  now.wMilliseconds, GetCurrentProcessId(), GetCurrentThreadId(), level);
-    std::vfprintf(file.get(), format, arguments);
+    WriteMessage(file.get(), format, arguments);
     std::fputc('\n', file.get());
 }
 
