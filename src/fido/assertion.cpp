@@ -1,5 +1,6 @@
 #include "fido/assertion.h"
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -18,6 +19,10 @@ namespace kelvor {
 namespace {
 
 constexpr std::size_t kChallengeBytes = 32;
+
+// No key has room for so many passkeys. A library that claims more, or any number at all, would
+// keep the sign-in asking for one after the other.
+constexpr std::size_t kMostStatements = 1024;
 
 // The user-verification bit of the authenticator data's flags (Web Authentication, section 6.1).
 constexpr unsigned char kUserVerifiedFlag = 0x04;
@@ -84,8 +89,12 @@ HRESULT CheckUserVerified(const KeyAnswer& answer, std::wstring& reason)
 // A statement that cannot be read is left out; the others serve.
 std::vector<KeyStatement> ReadStatements(const KeyAnswer& answer)
 {
+    if (answer.Count() > kMostStatements) {
+        LogWarn("fidopin(begin): the key claims %zu credential(s) - reading the first %zu.",
+                answer.Count(), kMostStatements);
+    }
     std::vector<KeyStatement> statements;
-    for (std::size_t i = 0; i < answer.Count(); ++i) {
+    for (std::size_t i = 0; i < std::min(answer.Count(), kMostStatements); ++i) {
         KeyStatement statement;
         const int code = answer.ReadStatement(i, statement);
         if (code != 0) {
