@@ -102,8 +102,9 @@ std::wstring ReadServerBaseUrl()
 
 std::wstring ReadProvisioningRpId()
 {
-    std::array<wchar_t, 256> text = {};
-    DWORD sizeBytes = sizeof text;
+    std::array<wchar_t, 257> text = {};
+    // The last one stays a NUL, for a value that fills the rest and has none itself.
+    DWORD sizeBytes = sizeof text - sizeof(wchar_t);
     if (RegGetValueW(HKEY_LOCAL_MACHINE, kKeyPath, kFidoRpIdValue, RRF_RT_REG_SZ, nullptr,
                      text.data(), &sizeBytes) != ERROR_SUCCESS) {
         return {};
