@@ -58,12 +58,12 @@ CertificateStore OpenUserStore(HCRYPTPROV csp)
 }
 
 // Asks `read(buffer, sizeBytes)` for the size first and then for the structure, which points into
-// the buffer that is returned. Empty when either fails.
-template <class Read>
+// the buffer that is returned. Empty when either fails or the size is not even the structure's.
+template <class Structure, class Read>
 std::vector<BYTE> ReadStructure(Read&& read)
 {
     DWORD sizeBytes = 0;
-    if (!read(nullptr, &sizeBytes) || sizeBytes == 0) {
+    if (!read(nullptr, &sizeBytes) || sizeBytes < sizeof(Structure)) {
         return {};
     }
     std::vector<BYTE> buffer(sizeBytes);
@@ -76,7 +76,7 @@ std::vector<BYTE> ReadStructure(Read&& read)
 // A certificate without a usage list is good for anything, but was not meant for logon.
 bool IsForSmartCardLogon(PCCERT_CONTEXT certificate)
 {
-    std::vector<BYTE> buffer = ReadStructure([&](BYTE* data, DWORD* sizeBytes) {
+    std::vector<BYTE> buffer = ReadStructure<CERT_ENHKEY_USAGE>([&](BYTE* data, DWORD* sizeBytes) {
         return CertGetEnhancedKeyUsage(certificate, 0, reinterpret_cast<CERT_ENHKEY_USAGE*>(data),
                                        sizeBytes);
     });
@@ -91,10 +91,11 @@ bool IsForSmartCardLogon(PCCERT_CONTEXT certificate)
 
 bool ReadContainer(PCCERT_CONTEXT certificate, std::wstring& container)
 {
-    std::vector<BYTE> buffer = ReadStructure([&](BYTE* data, DWORD* sizeBytes) {
-        return CertGetCertificateContextProperty(certificate, CERT_KEY_PROV_INFO_PROP_ID, data,
-                                                 sizeBytes);
-    });
+    std::vector<BYTE> buffer =
+        ReadStructure<CRYPT_KEY_PROV_INFO>([&](BYTE* data, DWORD* sizeBytes) {
+            return CertGetCertificateContextProperty(certificate, CERT_KEY_PROV_INFO_PROP_ID, data,
+                                                     sizeBytes);
+        });
     if (buffer.empty()) {
         return false;
     }
@@ -127,7 +128,7 @@ std::wstring ReadUpn(PCCERT_CONTEXT certificate)
     std::wstring upn(sizeChars, L'\0');
     const DWORD writtenChars =
         CertGetNameStringW(certificate, CERT_NAME_UPN_TYPE, 0, nullptr, upn.data(), sizeChars);
-    upn.resize(writtenChars >= 2 ? writtenChars - 1 : 0);
+    upn.resize(writtenChars >= 2 ? std::min(writtenChars, sizeChars) - 1 : 0);
     return upn;
 }
 

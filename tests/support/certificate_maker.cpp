@@ -25,8 +25,6 @@ constexpr unsigned char kContext0 = 0xA0;
 constexpr unsigned char kContext3 = 0xA3;
 
 constexpr const char* kUserPrincipalName = "1.3.6.1.4.1.311.20.2.3";
-constexpr const char* kSubjectAlternativeName = "2.5.29.17";
-constexpr const char* kExtendedKeyUsage = "2.5.29.37";
 constexpr const char* kCommonName = "2.5.4.3";
 constexpr const char* kEcdsaWithSha256 = "1.2.840.10045.4.3.2";
 constexpr const char* kEcPublicKey = "1.2.840.10045.2.1";
@@ -43,15 +41,16 @@ Bytes Join(std::initializer_list<Bytes> parts)
 
 Bytes Element(unsigned char tag, const Bytes& content)
 {
-    Bytes header = {tag};
-    const std::size_t size = content.size();
-    if (size < 0x80) {
-        header.push_back(static_cast<unsigned char>(size));
-    } else {
-        header.insert(header.end(), {0x82, static_cast<unsigned char>(size >> 8),
-                                     static_cast<unsigned char>(size)});
+    Bytes length;
+    for (std::size_t rest = content.size(); rest != 0; rest >>= 8) {
+        length.insert(length.begin(), static_cast<unsigned char>(rest));
     }
-    return Join({header, content});
+    if (content.size() < 0x80) {
+        length = {static_cast<unsigned char>(content.size())};
+    } else {
+        length.insert(length.begin(), static_cast<unsigned char>(0x80 | length.size()));
+    }
+    return Join({{tag}, length, content});
 }
 
 Bytes Text(unsigned char tag, std::string_view text)
@@ -100,7 +99,7 @@ Bytes Name(const std::string& commonName)
     return Element(kSequence, Element(kSet, attribute));
 }
 
-Bytes Extension(const char* id, const Bytes& value)
+Bytes Extension(const std::string& id, const Bytes& value)
 {
     return Element(kSequence, Join({ObjectId(id), Element(kOctetString, value)}));
 }
@@ -113,13 +112,16 @@ Bytes Extensions(const CertificatePlan& plan)
         for (const std::string& usage : *plan.usages) {
             usages = Join({usages, ObjectId(usage)});
         }
-        extensions = Extension(kExtendedKeyUsage, Element(kSequence, usages));
+        extensions = Extension(kExtendedKeyUsageId, Element(kSequence, usages));
     }
     if (plan.upn) {
         const Bytes upn =
             Join({ObjectId(kUserPrincipalName), Element(kContext0, Text(kUtf8String, *plan.upn))});
         const Bytes names = Element(kSequence, Element(kContext0, upn));
-        extensions = Join({extensions, Extension(kSubjectAlternativeName, names)});
+        extensions = Join({extensions, Extension(kSubjectAlternativeNameId, names)});
+    }
+    for (const CertificatePlan::RawExtension& raw : plan.rawExtensions) {
+        extensions = Join({extensions, Extension(raw.id, raw.value)});
     }
     return extensions.empty() ? extensions : Element(kContext3, Element(kSequence, extensions));
 }

@@ -15,13 +15,15 @@ struct CloseFile {
     void operator()(std::FILE* file) const noexcept { std::fclose(file); }
 };
 
+// A matcher of the whole line would need a stack as deep as the message is long.
 LogLine Parse(const std::string& text)
 {
-    static const std::regex format(
-        R"((\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3})  pid=(\d+) * tid=(\d+) *  (INFO |WARN |ERROR)  (.*))");
+    static const std::regex head(
+        R"((\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3})  pid=(\d+) * tid=(\d+) *  (INFO |WARN |ERROR)  )");
     std::smatch match;
     LogLine line;
-    if (!std::regex_match(text, match, format)) {
+    if (!std::regex_search(text, match, head, std::regex_constants::match_continuous) ||
+        match.suffix().str().find_first_of("\r\n") != std::string::npos) {
         line.message = text;
         return line;
     }
@@ -30,7 +32,7 @@ LogLine Parse(const std::string& text)
     line.threadId = std::strtoul(match[3].str().c_str(), nullptr, 10);
     line.level = match[4];
     line.level.erase(line.level.find_last_not_of(' ') + 1);
-    line.message = match[5];
+    line.message = match.suffix();
     return line;
 }
 
