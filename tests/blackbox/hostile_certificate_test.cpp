@@ -188,7 +188,8 @@ TEST_CASE("A certificate that is cut off anywhere is none, and those behind it a
 
 TEST_CASE("A container's name may have any length")
 {
-    for (const std::size_t length : {1, 39, 40, 255, 256, 259, 260, 261, 511, 512, 20'000}) {
+    constexpr std::size_t kLengths[] = {1, 39, 40, 255, 256, 259, 260, 261, 511, 512, 20'000};
+    for (const std::size_t length : kLengths) {
         CAPTURE(length);
         Stage stage;
         stage.csp.SetCertificates({Certificate(std::wstring(length, L'c'))});
