@@ -4,8 +4,9 @@
 
 #include <winscard.h>
 
+#include <algorithm>
 #include <array>
-#include <cwchar>
+#include <string_view>
 
 #include "handle.h"
 #include "sclogon/logon_certificate.h"
@@ -33,7 +34,7 @@ struct CardConnectionPolicy {
 using CardConnection = Unique<CardConnectionPolicy>;
 
 // A list of names, each with its NUL and the last followed by an empty one, that the resource
-// manager allocates.
+// manager allocates. One that lacks its last NULs ends where the resource manager says.
 class NameList {
  public:
     explicit NameList(SCARDCONTEXT context) noexcept : context_(context) {}
@@ -48,22 +49,23 @@ class NameList {
 
     bool ListReaders() noexcept
     {
-        DWORD lengthChars = SCARD_AUTOALLOCATE;
-        return SCardListReadersW(context_, nullptr, Receive(), &lengthChars) == SCARD_S_SUCCESS &&
+        return SCardListReadersW(context_, nullptr, Receive(), &lengthChars_) == SCARD_S_SUCCESS &&
                names_ != nullptr;
     }
     bool ListCards(const BYTE* atr) noexcept
     {
-        DWORD lengthChars = SCARD_AUTOALLOCATE;
-        return SCardListCardsW(context_, atr, nullptr, 0, Receive(), &lengthChars) ==
+        return SCardListCardsW(context_, atr, nullptr, 0, Receive(), &lengthChars_) ==
                    SCARD_S_SUCCESS &&
                names_ != nullptr;
     }
-    // Null-terminated by an empty name.
-    const wchar_t* First() const noexcept { return names_; }
-    static const wchar_t* Next(const wchar_t* name) noexcept
+    // The name behind the one that was taken last; empty when there is none.
+    std::wstring_view TakeNext() noexcept
     {
-        return name + std::wcslen(name) + 1;
+        const wchar_t* const first = names_ + taken_;
+        const wchar_t* const last = std::find<const wchar_t*>(first, names_ + lengthChars_, L'\0');
+        const auto length = static_cast<std::size_t>(last - first);
+        taken_ = std::min<std::size_t>(taken_ + length + 1, lengthChars_);
+        return {first, length};
     }
 
  private:
@@ -72,16 +74,18 @@ class NameList {
 
     SCARDCONTEXT context_;
     wchar_t* names_ = nullptr;
+    DWORD lengthChars_ = SCARD_AUTOALLOCATE;
+    std::size_t taken_ = 0;
 };
 
-std::wstring ChooseReader(const NameList& readers, const std::wstring& hint)
+std::wstring ChooseReader(NameList& readers, const std::wstring& hint)
 {
-    for (const wchar_t* name = readers.First(); *name != L'\0'; name = NameList::Next(name)) {
-        if (std::wstring_view(name).find(hint) != std::wstring_view::npos) {
-            return name;
+    for (;;) {
+        const std::wstring_view name = readers.TakeNext();
+        if (name.empty() || name.find(hint) != std::wstring_view::npos) {
+            return std::wstring(name);
         }
     }
-    return {};
 }
 
 CardConnection ConnectToCard(SCARDCONTEXT context, const std::wstring& reader)
@@ -113,7 +117,7 @@ std::wstring NameCard(SCARDCONTEXT context, const std::wstring& reader)
         return {};
     }
     NameList cards(context);
-    return cards.ListCards(atr.data()) ? cards.First() : std::wstring();
+    return cards.ListCards(atr.data()) ? std::wstring(cards.TakeNext()) : std::wstring();
 }
 
 bool IsCardVisible()
