@@ -4,6 +4,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "support/crash_exit.h"
+
 namespace kelvor::test {
 namespace {
 
@@ -49,6 +51,7 @@ ModuleUnderTest::ModuleUnderTest()
           Export<HRESULT WINAPI(REFCLSID, REFIID, void**)>(module_, "DllGetClassObject")),
       canUnloadNow_(Export<HRESULT WINAPI()>(module_, "DllCanUnloadNow"))
 {
+    EndProcessOnCrash();
 }
 
 ModuleUnderTest::~ModuleUnderTest()
