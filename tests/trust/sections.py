@@ -39,4 +39,10 @@ SECTIONS = (
         "Seeded sequences of everything that LogonUI, the user, the key, the directory and the card"
         " service can do, in any order, with the module's threads running.",
         20, program("sequences", 20_000)),
+    Section(
+        "soak", "Soak and neighbours",
+        "One process in which people sign in, fail, change keys and leave for half an hour, its memory,"
+        " handles and threads measured; then two processes that sign in at once for a minute.",
+        10, f"{WINE}/soak/kelvor_trust_soak.exe --seed {{seed}} --count 1000000 --minutes 30 {{minutes}}"
+            " --report {report}"),
 )
