@@ -1,59 +1,27 @@
 #include "provider/domain_probe.h"
 
-#define SECURITY_WIN32
-#include <security.h>
-// windows.h and security.h first: these two rely on them.
-#include <dsgetdc.h>
-#include <lm.h>
-
 #include <utility>
 
 #include "detached_thread.h"
 #include "diag/log.h"
-#include "handle.h"
+#include "provider/directory.h"
 
 namespace kelvor {
 namespace {
 
-constexpr ULONG kUpnCapacityChars = 512;
-
-struct NetBufferPolicy {
-    using Handle = DOMAIN_CONTROLLER_INFOW*;
-    static Handle Empty() noexcept { return nullptr; }
-    static void Close(Handle buffer) noexcept { NetApiBufferFree(buffer); }
-};
-
-void LocateDomainController(DomainProbe& probe)
-{
-    Unique<NetBufferPolicy> controller;
-    const DWORD error =
-        DsGetDcNameW(nullptr, nullptr, nullptr, nullptr, DS_RETURN_DNS_NAME, controller.Receive());
-    probe.domainControllerFound = error == ERROR_SUCCESS;
-    if (!probe.domainControllerFound) {
-        probe.reason = L"DsGetDcName failed (" + std::to_wstring(error) + L")";
-    }
-}
-
-void TranslateTileName(DomainProbe& probe)
-{
-    wchar_t upn[kUpnCapacityChars] = {};
-    ULONG capacityChars = kUpnCapacityChars;
-    if (TranslateNameW(probe.tileName.c_str(), NameSamCompatible, NameUserPrincipal, upn,
-                       &capacityChars) &&
-        upn[0] != L'\0') {
-        upn[kUpnCapacityChars - 1] = L'\0';
-        probe.upn = upn;
-    } else {
-        probe.reason = L"TranslateName could not map the tile name to a UPN";
-    }
-}
-
 void Ask(DomainProbe& probe)
 {
     const DWORD start = GetTickCount();
-    LocateDomainController(probe);
-    if (probe.domainControllerFound && !probe.tileName.empty()) {
-        TranslateTileName(probe);
+    std::wstring domainController;
+    const DWORD error = LocateDomainController(domainController);
+    probe.domainControllerFound = error == ERROR_SUCCESS;
+    if (!probe.domainControllerFound) {
+        probe.reason = L"DsGetDcName failed (" + std::to_wstring(error) + L")";
+    } else if (!probe.tileName.empty()) {
+        probe.upn = UpnOfAccount(probe.tileName);
+        if (probe.upn.empty()) {
+            probe.reason = L"TranslateName could not map the tile name to a UPN";
+        }
     }
     probe.elapsedMs = GetTickCount() - start;
     probe.finished = true;

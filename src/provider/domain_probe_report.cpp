@@ -1,16 +1,15 @@
 #include "provider/domain_probe_report.h"
 
 #include "diag/log.h"
+#include "provider/directory.h"
 
 namespace kelvor {
 namespace {
 
-constexpr DWORD kSlowMs = 6000;
-
 void ReportWaiting(DomainProbe& probe, StatusLine& status)
 {
     const DWORD waitedMs = GetTickCount() - probe.createdAtTick;
-    if (probe.reported != DomainProbe::Stage::kNothing || waitedMs < kSlowMs) {
+    if (probe.reported != DomainProbe::Stage::kNothing || waitedMs < kSlowDirectoryMs) {
         return;
     }
     probe.reported = DomainProbe::Stage::kStillWaiting;
@@ -32,7 +31,7 @@ void ReportOutcome(DomainProbe& probe, StatusLine& status)
         status.Set(
             L"This PC cannot reach the domain — check its network or VPN connection. Your security key is fine, but signing in needs a domain controller.",
             CPSI_WARNING);
-    } else if (probe.elapsedMs >= kSlowMs) {
+    } else if (probe.elapsedMs >= kSlowDirectoryMs) {
         LogWarn("domain probe: the directory answered, but took %lu ms.", probe.elapsedMs);
         status.Set(
             L"The domain is answering slowly — signing in may take a while or time out. Check this PC's network or VPN connection.",
