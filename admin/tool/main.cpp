@@ -1,6 +1,7 @@
 // KelvorFidoAdLogonAdmin.exe: what an administrator asks about the sign-in with a security key.
 #include <windows.h>
 
+#include "check/check_command.h"
 #include "console/arguments.h"
 #include "console/command.h"
 #include "console/output.h"
@@ -12,6 +13,7 @@ int main()
 {
     using namespace kelvor::admin;
     constexpr Command kCommands[] = {
+        kCheckCommand,
         kExplainCommand,
         kLogCommand,
     };

@@ -28,6 +28,9 @@ class RegistryRoom {
     void Remove(const wchar_t* name);
     void RemoveKey();
 
+    // What stands for HKEY_LOCAL_MACHINE.
+    HKEY Machine() const noexcept { return root_; }
+
     // RegOpenKeyExW (argument: the path), RegCloseKey, RegQueryValueExW and RegGetValueW (argument:
     // the value's name).
     simulator::CallBook& Calls() noexcept { return calls_; }

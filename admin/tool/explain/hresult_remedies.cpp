@@ -6,7 +6,7 @@ namespace kelvor::admin {
 namespace {
 
 // Ascending by code.
-constexpr auto kRemedies = std::to_array<Remedy>({
+constexpr auto kHresultRows = std::to_array<Remedy>({
     {0x00000000, "S_OK", "The step went well.", "Nothing."},
     {0x80004005, "E_FAIL",
      "A step of the sign-in failed: an answer of the card service was broken or late, or the PC is not set up. The words in brackets behind the code tell which.",
@@ -43,7 +43,7 @@ constexpr auto kRemedies = std::to_array<Remedy>({
 
 std::span<const Remedy> HresultRemedies()
 {
-    return kRemedies;
+    return kHresultRows;
 }
 
 }  // namespace kelvor::admin

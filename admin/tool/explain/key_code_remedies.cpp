@@ -26,7 +26,7 @@ constexpr auto Code(int code)
 }
 
 // Ascending by signed code.
-constexpr auto kRemedies = std::to_array<Remedy>({
+constexpr auto kKeyCodeRows = std::to_array<Remedy>({
     {Code(-9), "FIDO_ERR_INTERNAL", "The security-key library failed in itself.",
      "Update the security-key library; if it comes back, report it to its maker."},
     {Code(-7), "FIDO_ERR_INVALID_ARGUMENT",
@@ -94,7 +94,7 @@ constexpr auto kRemedies = std::to_array<Remedy>({
 
 std::span<const Remedy> KeyCodeRemedies()
 {
-    return kRemedies;
+    return kKeyCodeRows;
 }
 
 }  // namespace kelvor::admin

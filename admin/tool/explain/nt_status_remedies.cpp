@@ -24,7 +24,7 @@ constexpr const char* kCardServiceAndReader =
     "Run KelvorFidoAdLogonAdmin check: card service, reader and card have to be well. Restart the card service, then try once more.";
 
 // Ascending by code.
-constexpr auto kRemedies = std::to_array<Remedy>({
+constexpr auto kNtStatusRows = std::to_array<Remedy>({
     {0x00000000, "STATUS_SUCCESS", "LSA accepted the sign-in.", "Nothing."},
     {0xC000000D, "STATUS_INVALID_PARAMETER",
      "LSA could not read what it was given, or another authentication module on this PC changed it.",
@@ -152,7 +152,7 @@ constexpr auto kRemedies = std::to_array<Remedy>({
 
 std::span<const Remedy> NtStatusRemedies()
 {
-    return kRemedies;
+    return kNtStatusRows;
 }
 
 }  // namespace kelvor::admin

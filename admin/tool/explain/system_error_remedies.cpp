@@ -9,7 +9,7 @@ constexpr const char* kFindDomainController =
     "Check network and VPN, then \"nltest /dsgetdc:DOMAIN\". This PC's DNS servers must be the domain's: \"nslookup -type=SRV _ldap._tcp.dc._msdcs.DOMAIN\" has to list domain controllers. See that the PC is joined: \"systeminfo\" names its domain.";
 
 // Ascending by code.
-constexpr auto kRemedies = std::to_array<Remedy>({
+constexpr auto kSystemErrorRows = std::to_array<Remedy>({
     {2, "ERROR_FILE_NOT_FOUND",
      "Behind CreateFile(pipe): the card service does not offer its pipe. As the result of a start of the module: a library is missing.",
      "Start the card service. See with KelvorFidoAdLogonAdmin check that the security-key library is there."},
@@ -58,7 +58,7 @@ constexpr auto kRemedies = std::to_array<Remedy>({
 
 std::span<const Remedy> SystemErrorRemedies()
 {
-    return kRemedies;
+    return kSystemErrorRows;
 }
 
 }  // namespace kelvor::admin
