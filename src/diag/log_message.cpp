@@ -60,7 +60,7 @@ void WriteConverted(std::FILE* file, std::string_view conversion, T argument)
 
 void WriteUtf8(std::FILE* file, std::wstring_view text)
 {
-    std::array<char, kUnitsAtOnce * kUtf8BytesPerUnit> utf8 = {};
+    std::array<char, kUnitsAtOnce* kUtf8BytesPerUnit> utf8 = {};
     while (!text.empty()) {
         std::size_t units = std::min(text.size(), kUnitsAtOnce);
         if (units < text.size() && IS_HIGH_SURROGATE(text[units - 1])) {
