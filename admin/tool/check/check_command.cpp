@@ -40,20 +40,24 @@ std::string Padded(std::string text, std::size_t columns)
     return text;
 }
 
+std::string Indented(const std::string& text)
+{
+    return std::string(kVerdictColumn, ' ') + text;
+}
+
 void Show(const Examined& examined, bool verbose, const Output& output)
 {
     const Finding& finding = examined.finding;
     const VerdictLook look = LookOf(finding.verdict);
-    const std::string indent(kVerdictColumn, ' ');
-    output.Line(output.Painted(look.colour, look.word) +
-                indent.substr(std::string_view(look.word).size()) +
+    const std::string blanks(kVerdictColumn - std::string_view(look.word).size(), ' ');
+    output.Line(output.Painted(look.colour, look.word) + blanks +
                 Padded(finding.check, kNameColumn) + finding.seen);
     if (!finding.remedy.empty()) {
-        output.Line(indent + finding.remedy);
+        output.Line(Indented(finding.remedy));
     }
     if (verbose) {
         for (const std::string& line : examined.log) {
-            output.Line(indent + output.Painted(Colour::kGrey, "log: " + line));
+            output.Line(Indented(output.Painted(Colour::kGrey, "log: " + line)));
         }
     }
 }

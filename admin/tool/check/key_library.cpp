@@ -47,6 +47,7 @@ HMODULE KeyLibrary() noexcept
 // The module binds the library when it is loaded; the tool has to start without it. This is where
 // the module's code looks the function up: what an import library would define.
 extern "C" {
+// NOLINTNEXTLINE(readability-identifier-naming): the linker's own spelling.
 decltype(&prov_strerr) __imp_prov_strerr = &TextOfLibrary;
 }
 

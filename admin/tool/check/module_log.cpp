@@ -30,7 +30,7 @@ Listening& TheListening()
 // Puts the arguments in, wide ones as UTF-8.
 std::string Formatted(const char* format, std::va_list arguments)
 {
-    static const _locale_t utf8 = _create_locale(LC_ALL, ".utf8");
+    static _locale_t utf8 = _create_locale(LC_ALL, ".utf8");
     std::array<char, 2048> text = {};
     _vsnprintf_l(text.data(), text.size() - 1, format, utf8, arguments);
     return text.data();

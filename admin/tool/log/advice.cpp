@@ -98,8 +98,8 @@ const Advice* AdviceBook::For(std::string_view shown) const
 const AdviceBook& TheAdviceBook()
 {
     static const AdviceBook book = [] {
-        const HRSRC place = FindResourceW(nullptr, L"TROUBLESHOOTING", MAKEINTRESOURCEW(10));
-        const HGLOBAL loaded = place != nullptr ? LoadResource(nullptr, place) : nullptr;
+        HRSRC place = FindResourceW(nullptr, L"TROUBLESHOOTING", MAKEINTRESOURCEW(10));
+        HGLOBAL loaded = place != nullptr ? LoadResource(nullptr, place) : nullptr;
         if (loaded == nullptr) {
             throw std::runtime_error("this program lacks its page of advice");
         }

@@ -13,6 +13,6 @@ std::wstring DefaultLogFile();
 std::string ReadLogFiles(const std::wstring& file);
 
 // Writes a file anew. Throws std::runtime_error naming it.
-void WriteWholeFile(const std::wstring& file, const std::string& text);
+void WriteWholeFile(const std::wstring& path, const std::string& text);
 
 }  // namespace kelvor::admin

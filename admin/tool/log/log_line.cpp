@@ -63,7 +63,7 @@ std::optional<std::int64_t> ReadDay(Reader& reader)
     if (!reader.Ok() || !date.ok()) {
         return std::nullopt;
     }
-    return duration_cast<milliseconds>(sys_days(date).time_since_epoch()).count();
+    return duration_cast<milliseconds>(sys_days{date}.time_since_epoch()).count();
 }
 
 // Hours and minutes; seconds and milliseconds when they are there.
