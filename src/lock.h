@@ -14,7 +14,7 @@ class Lock {
     Lock& operator=(const Lock&) = delete;
 
     template <class Callable>
-    auto With(Callable&& callable) const
+    decltype(auto) With(Callable&& callable) const
     {
         const Entered entered(section_);
         return callable();

@@ -6,10 +6,31 @@
 #include "module/class_factory.h"
 #include "module_lifetime.h"
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void* /*reserved*/)
+#ifdef __GLIBCXX__
+namespace __gnu_cxx {
+void __freeres();
+}
+#endif
+
+namespace {
+
+// The C++ library keeps memory for exceptions that are thrown when there is none, and does not give
+// it back by itself when a module that holds the library is unloaded.
+void FreeRuntimeMemory() noexcept
+{
+#ifdef __GLIBCXX__
+    __gnu_cxx::__freeres();
+#endif
+}
+
+}  // namespace
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void* processEnds)
 {
     if (reason == DLL_PROCESS_ATTACH) {
         DisableThreadLibraryCalls(instance);
+    } else if (reason == DLL_PROCESS_DETACH && processEnds == nullptr) {
+        FreeRuntimeMemory();
     }
     kelvor::SetModuleInstance(instance);
     return TRUE;

@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <cwchar>
 #include <iterator>
+#include <optional>
+
+#include "lock.h"
 
 namespace kelvor {
 namespace {
@@ -19,12 +22,21 @@ std::wstring QueryPcName()
     return GetComputerNameExW(ComputerNameNetBIOS, name, &capacityChars) ? name : L"";
 }
 
+// Not inside the function: the runtime guards the statics of functions with a semaphore that it
+// does not close when the module is unloaded.
+const Lock pcNameLock;
+std::optional<std::wstring> pcName;  // set once, then never again
+
 }  // namespace
 
 const std::wstring& ThisPcName()
 {
-    static const std::wstring name = QueryPcName();
-    return name;
+    return pcNameLock.With([]() -> const std::wstring& {
+        if (!pcName) {
+            pcName = QueryPcName();
+        }
+        return *pcName;
+    });
 }
 
 std::wstring_view DomainOf(std::wstring_view qualifiedName)

@@ -2,6 +2,7 @@
 
 #include <cwchar>
 #include <new>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -41,17 +42,19 @@ HRESULT ReadUser(ICredentialProviderUserArray* users, DWORD index, ListedUser& l
     return S_OK;
 }
 
+// Not inside the function: the runtime guards the statics of functions with a semaphore that it
+// does not close when the module is unloaded.
+const Lock skippedLock;
+std::optional<std::wstring> lastSkippedDomain;
+
 // A list full of accounts of one domain that is not served says so once.
 void LogSkipped(std::wstring_view name)
 {
-    static const Lock lock;
-    static std::wstring lastDomain;
-    static bool anyLogged = false;
     const std::wstring domain(DomainOf(name));
-    const bool news = lock.With([&] {
-        const bool changed = !anyLogged || _wcsicmp(domain.c_str(), lastDomain.c_str()) != 0;
-        anyLogged = true;
-        lastDomain = domain;
+    const bool news = skippedLock.With([&] {
+        const bool changed =
+            !lastSkippedDomain || _wcsicmp(domain.c_str(), lastSkippedDomain->c_str()) != 0;
+        lastSkippedDomain = domain;
         return changed;
     });
     if (news) {

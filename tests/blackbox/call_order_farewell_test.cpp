@@ -137,6 +137,7 @@ TEST_CASE("Tiles may be let go without a word at any moment, and their sinks sta
 TEST_CASE("A watched tile ends with whoever lets it go last, and its watch with it")
 {
     Stage stage;
+    stage.TileAt(1).UnAdvise();  // nobody else would give its sink back
     stage.Select();
     stage.WaitForProbe();
     CredentialEvents* const sink = &stage.TheTile().Events();
@@ -153,6 +154,7 @@ TEST_CASE("A watched tile ends with whoever lets it go last, and its watch with 
 TEST_CASE("The last Release of a watched tile says that nobody holds it")
 {
     Stage stage;
+    stage.TileAt(1).UnAdvise();  // nobody else would give its sink back
     stage.Select();
     stage.LetProviderGo();
     ICredentialProviderCredential* const tile = stage.TheTile().Get();
@@ -167,6 +169,7 @@ TEST_CASE("The last Release of a watched tile says that nobody holds it")
 TEST_CASE("LogonUI that lets go of its tile inside a call of the watch ends it with the watch")
 {
     Stage stage;
+    stage.TileAt(1).UnAdvise();  // nobody else would give its sink back
     stage.Select();
     stage.WaitForProbe();
     stage.Poll();

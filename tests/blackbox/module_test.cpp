@@ -1,11 +1,14 @@
-#include <memory>
 #include "support/readable_failures.h"
-
 #include "support/stage.h"
 
 using kelvor::ComRef;
+using kelvor::test::CountResources;
+using kelvor::test::Growth;
 using kelvor::test::ModuleUnderTest;
+using kelvor::test::ResourceCounts;
 using kelvor::test::Stage;
+using kelvor::test::StageOptions;
+using kelvor::test::User;
 
 namespace {
 
@@ -34,6 +37,21 @@ ComRef<Wanted> Query(From* object, REFIID riid)
     ComRef<Wanted> wanted;
     static_cast<void>(object->QueryInterface(riid, reinterpret_cast<void**>(wanted.Receive())));
     return wanted;
+}
+
+// Of all heaps of this process.
+std::size_t BusyBytes()
+{
+    HANDLE heaps[64] = {};
+    const DWORD count = GetProcessHeaps(static_cast<DWORD>(std::size(heaps)), heaps);
+    std::size_t busy = 0;
+    for (DWORD i = 0; i < count && i < std::size(heaps); ++i) {
+        PROCESS_HEAP_ENTRY entry = {};
+        while (HeapWalk(heaps[i], &entry)) {
+            busy += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 ? entry.cbData : 0;
+        }
+    }
+    return busy;
 }
 
 // An outer object for aggregation; nobody may keep it.
@@ -247,4 +265,19 @@ TEST_CASE("A probe inside a slow directory call keeps the module loaded by itsel
     directory->Release();
     CHECK(threads->JoinFrom(0));
     CHECK(GetModuleHandleW(kFile) == nullptr);
+}
+
+TEST_CASE("A module that comes and goes leaves neither memory nor handles behind")
+{
+    const auto comeAndGo = [] {
+        Stage stage(StageOptions{.users = {User{.qualifiedName = L"WS01\\bob"}, User{}}});
+        stage.SignInWhole();
+    };
+    comeAndGo();  // what the system keeps from the first time on
+    const std::size_t busyBefore = BusyBytes();
+    const ResourceCounts before = CountResources();
+    comeAndGo();
+    CHECK(Growth(before, CountResources()) == std::vector<std::string>{});
+    // A block as large as any that the runtime keeps for itself would show.
+    CHECK(BusyBytes() < busyBefore + 16'384);
 }

@@ -6,6 +6,8 @@
 
 #include <doctest.h>
 
+#include "support/readable_failures.h"
+
 namespace kelvor::test {
 namespace {
 
@@ -309,6 +311,8 @@ void Stage::CheckBooks()
     for (const auto& sink : unadvisedSinks_) {
         CHECK(sink->References() == 1);
     }
+    CHECK(taskMemory_.Left() == std::vector<std::string>{});
+    CHECK(taskMemory_.StrayFrees() == 0);
     CHECK(settings.Outstanding() == 0);
     CHECK(pipe.Outstanding() == 0);
     CHECK(reader.Outstanding() == 0);

@@ -35,6 +35,8 @@
 #include "support/isolation.h"
 #include "support/log_reader.h"
 #include "support/module_under_test.h"
+#include "support/resource_counts.h"
+#include "support/task_memory.h"
 #include "support/tile.h"
 #include "surroundings/clock.h"
 #include "surroundings/directory.h"
@@ -55,7 +57,10 @@ struct StageOptions {
 };
 
 class Stage {
-    // Declared first: it outlives everything that speaks to it.
+    // Declared first: what the system lent to all of this has to be back in the end.
+    ResourceBook resources_;
+    TaskMemoryBook taskMemory_;
+    // It outlives everything that speaks to it.
     std::unique_ptr<ModuleUnderTest> module_;
 
  public:
