@@ -2,8 +2,8 @@
 // into or tapped for.
 #include "call_order.h"
 #include "pumped_call.h"
-#include "secret_stage.h"
 #include "support/readable_failures.h"
+#include "support/secret_stage.h"
 
 using namespace kelvor::test;
 
@@ -43,7 +43,7 @@ TEST_CASE("After everybody let go of a tile whose worker ran on no secret is lef
     stage.LetTilesGo();
     stage.TouchAndWait();
     CHECK(stage.Module().CanUnloadNow() == S_OK);
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("After a sign-in whose tile was deselected meanwhile failed no secret is left")
@@ -52,7 +52,7 @@ TEST_CASE("After a sign-in whose tile was deselected meanwhile failed no secret 
     stage.TheTile().Deselect();
     stage.service.Answers("armorprovision", R"({"ok":false})");
     stage.TouchAndWait();
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("After a tap on a tile that was unadvised meanwhile no secret is left")
@@ -60,7 +60,7 @@ TEST_CASE("After a tap on a tile that was unadvised meanwhile no secret is left"
     SecretTouchAwaited stage;
     stage.TheTile().UnAdvise();
     stage.TouchAndWait();
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("A PIN typed while the worker runs is not kept")
@@ -68,7 +68,7 @@ TEST_CASE("A PIN typed while the worker runs is not kept")
     SecretTouchAwaited stage;
     TypeThePin(stage);
     stage.TouchAndWait();
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("A PIN typed while a credential waits is gone after a failing result")
@@ -78,7 +78,7 @@ TEST_CASE("A PIN typed while a credential waits is gone after a failing result")
     TypeThePin(stage);
     CHECK_FALSE(FindInMemory(Secrets()).empty());
     stage.Report(kNoSuchUser);
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("A PIN typed after the collection is gone with its tile")
@@ -90,7 +90,7 @@ TEST_CASE("A PIN typed after the collection is gone with its tile")
     stage.LetTilesGo();
     CHECK_FALSE(FindInMemory(Secrets()).empty());
     stage.LetProviderGo();
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("A PIN typed into a tile that leaves the list is gone with the tile")
@@ -99,7 +99,7 @@ TEST_CASE("A PIN typed into a tile that leaves the list is gone with the tile")
     TypeThePin(stage);
     stage.LetTilesGo();
     stage.EnumerateAnew();
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("A PIN typed while an account is to be chosen is gone after the deselection")
@@ -109,7 +109,7 @@ TEST_CASE("A PIN typed while an account is to be chosen is gone after the desele
     stage.SignInWithThePin();
     TypeThePin(stage);
     stage.Deselect();
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("A PIN typed while an account is to be chosen is gone after the account's sign-in")
@@ -119,7 +119,7 @@ TEST_CASE("A PIN typed while an account is to be chosen is gone after the accoun
     stage.SignInWithThePin();
     stage.SignInWithThePin();
     CHECK(stage.AskTileCount().autoLogon);
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("A PIN typed during a blocking sign-in is not kept")
@@ -132,7 +132,7 @@ TEST_CASE("A PIN typed during a blocking sign-in is not kept")
         CHECK(stage.Click().response == CPGSR_RETURN_CREDENTIAL_FINISHED);
     }
     stage.service.WaitForAllClients();
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("The statement that the server refuses beside one that it takes is not left")
@@ -145,7 +145,7 @@ TEST_CASE("The statement that the server refuses beside one that it takes is not
         R"({"credId":"sA==","eligible":false,"status":"UnknownCredential"}]})");
     stage.SignInWithThePin();
     CHECK(stage.AskTileCount().autoLogon);
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("A tap whose choice was opened on a tile that is let go is not left")
@@ -155,5 +155,5 @@ TEST_CASE("A tap whose choice was opened on a tile that is let go is not left")
     stage.LetTilesGo();
     stage.LetProviderGo();
     stage.TouchAndWait();
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }

@@ -1,11 +1,13 @@
 // Nothing of the PIN, the key's hmac-secret output or its Base64 text is left anywhere in the
 // process once a sign-in has ended, and the log holds none of it.
+#include <cstring>
 #include <functional>
 #include <memory>
 
 #include "call_order.h"
-#include "secret_stage.h"
+#include "secret.h"
 #include "support/readable_failures.h"
+#include "support/secret_stage.h"
 
 using namespace kelvor::test;
 using kelvor::WipeMemory;
@@ -35,7 +37,7 @@ TEST_CASE("After a successful sign-in no secret is left")
     stage.SignInWithThePin();
     REQUIRE(stage.key.Taps().at(0).pinRight);
     REQUIRE(stage.AskTileCount().autoLogon);
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("After a collected and reported sign-in no secret is left")
@@ -44,7 +46,7 @@ TEST_CASE("After a collected and reported sign-in no secret is left")
     stage.SignInWithThePin();
     stage.Collect();
     stage.Report(0);
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("After a logon that LSA refused no secret is left")
@@ -53,7 +55,7 @@ TEST_CASE("After a logon that LSA refused no secret is left")
     stage.SignInWithThePin();
     stage.Collect();
     stage.Report(static_cast<LONG>(0xC0000321));
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 namespace {
@@ -140,7 +142,7 @@ TEST_CASE("After a sign-in that failed at any stage no secret is left")
         failure.arrange(stage);
         stage.SignInWithThePin();
         CHECK(stage.Status() == failure.status);
-        CheckNothingIsLeft(stage);
+        CheckNoSecretIsLeft(stage);
     }
 }
 
@@ -150,7 +152,7 @@ TEST_CASE("After a refused account match no secret is left")
     stage.PutCardOf("bob@corp.example");
     stage.SignInWithThePin();
     REQUIRE_FALSE(stage.AskTileCount().autoLogon);
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("After a provisioning no secret is left")
@@ -160,7 +162,7 @@ TEST_CASE("After a provisioning no secret is left")
     stage.service.Answers("status", R"({"ok":true,"provisioned":false})");
     stage.SignInWithThePin();
     REQUIRE(stage.AskTileCount().autoLogon);
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("After a refused provisioning no secret is left")
@@ -170,7 +172,7 @@ TEST_CASE("After a refused provisioning no secret is left")
     stage.service.Answers("status", R"({"ok":true,"provisioned":false})");
     stage.service.Answers("provision", R"({"ok":false})");
     stage.SignInWithThePin();
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("After an abandoned account choice no secret is left")
@@ -183,7 +185,7 @@ TEST_CASE("After an abandoned account choice no secret is left")
     stage.SignInWithThePin();
     CHECK_FALSE(FindInMemory(Secrets()).empty());
     stage.Deselect();
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("After a submitted account choice no secret is left")
@@ -198,7 +200,7 @@ TEST_CASE("After a submitted account choice no secret is left")
     stage.WaitForWorker();
     stage.service.WaitForAllClients();
     REQUIRE(stage.AskTileCount().autoLogon);
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("After a tile with an open account choice is released no secret is left")
@@ -211,7 +213,7 @@ TEST_CASE("After a tile with an open account choice is released no secret is lef
     stage.SignInWithThePin();
     stage.TheTile().UnAdvise();
     stage.Close();
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("A PIN typed over another leaves neither")
@@ -219,7 +221,7 @@ TEST_CASE("A PIN typed over another leaves neither")
     SecretStage stage;
     TypeThePin(stage);
     stage.TypePin(L"0");
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("A PIN whose tile is deselected is not left")
@@ -227,7 +229,7 @@ TEST_CASE("A PIN whose tile is deselected is not left")
     SecretStage stage;
     TypeThePin(stage);
     stage.Deselect();
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("A PIN whose key is taken away is not left")
@@ -237,7 +239,7 @@ TEST_CASE("A PIN whose key is taken away is not left")
     stage.Poll();
     stage.key.SetPresent(false);
     stage.Poll();
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("A PIN whose tile is destroyed is not left")
@@ -246,7 +248,7 @@ TEST_CASE("A PIN whose tile is destroyed is not left")
     TypeThePin(stage);
     stage.TheTile().UnAdvise();
     stage.Close();
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("After a sign-in in the blocking way no secret is left")
@@ -255,7 +257,7 @@ TEST_CASE("After a sign-in in the blocking way no secret is left")
     options.advisesProvider = false;
     SecretStage stage(options);
     stage.SignInWithThePin();
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
 }
 
 TEST_CASE("After a sign-in on LogonUI's own thread no secret is left on its stack")
@@ -266,5 +268,57 @@ TEST_CASE("After a sign-in on LogonUI's own thread no secret is left on its stac
     stage.Click();
     stage.threads.Calls().Succeed("CreateThread");
     stage.service.WaitForAllClients();
-    CheckNothingIsLeft(stage);
+    CheckNoSecretIsLeft(stage);
+}
+
+namespace {
+
+// The end of the user's name and the beginning of the card's data, which meet in a logon buffer and
+// nowhere else. Taken from a logon that was collected.
+ForbiddenBytes PieceOfLogon()
+{
+    Stage stage;
+    stage.SignIn();
+    Answer logon = stage.Collect();
+    REQUIRE(logon.buffer.size() > 72);
+    std::size_t cardData = 0;
+    std::memcpy(&cardData, logon.buffer.data() + 64, sizeof cardData);
+    const unsigned char* piece = logon.buffer.data() + cardData - 12;
+    ForbiddenBytes masked("a logon buffer", ForbiddenBytes::kPieceBytes,
+                          [&](std::size_t i) { return piece[i]; });
+    WipeMemory(logon.buffer.data(), logon.buffer.size());
+    return masked;
+}
+
+}  // namespace
+
+TEST_CASE("A logon buffer is gone when LogonUI has freed it")
+{
+    std::vector<ForbiddenBytes> logon;
+    logon.push_back(PieceOfLogon());
+    CHECK(FindInMemory(logon) == std::vector<std::string>{});
+}
+
+TEST_CASE("A logon buffer that nobody collects is overwritten when its tile goes")
+{
+    std::vector<ForbiddenBytes> logon;
+    logon.push_back(PieceOfLogon());
+    Stage stage;
+    stage.SignIn();
+    CHECK(FindInMemory(logon).size() == 1);
+    stage.Close();
+    CHECK(FindInMemory(logon) == std::vector<std::string>{});
+}
+
+TEST_CASE("A logon buffer that another account's key made is overwritten")
+{
+    std::vector<ForbiddenBytes> logon;
+    logon.push_back(PieceOfLogon());
+    Stage stage;
+    stage.directory.SetUpn(L"carol@corp.example");  // whose tile it is
+    stage.Select();
+    stage.WaitForProbe();
+    stage.SignIn();
+    REQUIRE_FALSE(stage.AskTileCount().autoLogon);
+    CHECK(FindInMemory(logon) == std::vector<std::string>{});
 }

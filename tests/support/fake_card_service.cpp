@@ -262,6 +262,11 @@ std::size_t FakeCardService::Count(const std::string& command) const
     return static_cast<std::size_t>(std::ranges::count(Commands(), command));
 }
 
+void FakeCardService::SetOnRequest(std::function<void(const std::string&)> onRequest)
+{
+    lock_.With([&] { onRequest_ = std::move(onRequest); });
+}
+
 void FakeCardService::KeepOnlyCommands()
 {
     lock_.With([&] { keepsRequests_ = false; });
@@ -315,6 +320,9 @@ void FakeCardService::Converse(HANDLE pipe)
     }
     std::string request;
     if (ReadRequest(pipe, request)) {
+        if (const auto onRequest = lock_.With([&] { return onRequest_; })) {
+            onRequest(request);
+        }
         const Reply reply = Take(request);
         SetEvent(received_.Get());
         if (reply.waits) {

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -70,6 +71,9 @@ class FakeCardService {
     // The last request line of a command; empty when there was none.
     std::string LastRequest(const std::string& command) const;
     std::size_t Count(const std::string& command) const;
+    // Runs on a thread of the service with each request line, without its line feed, before it is
+    // answered; nothing stops it.
+    void SetOnRequest(std::function<void(const std::string&)> onRequest);
     // From now on only commands are kept, and each request line is wiped once it is judged.
     void KeepOnlyCommands();
     // Overwrites and drops all request lines kept so far.
@@ -90,6 +94,7 @@ class FakeCardService {
     std::vector<std::string> requests_;
     std::vector<std::string> commands_;
     bool keepsRequests_ = true;
+    std::function<void(const std::string&)> onRequest_;
     std::atomic<bool> stops_{false};
     std::atomic<bool> readsNothing_{false};
     UniqueKernelObject listening_;

@@ -1,5 +1,6 @@
 #include "support/memory_scan.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace kelvor::test {
@@ -40,6 +41,43 @@ void OverwriteSavedRegisters()
     SwitchToThread();
 }
 
+// The memory that a search copies into, a region of its own.
+class CopyRoom {
+ public:
+    static constexpr std::size_t kSizeBytes = std::size_t{1} << 20;
+
+    CopyRoom()
+        : memory_(static_cast<unsigned char*>(
+              VirtualAlloc(nullptr, kSizeBytes, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE)))
+    {
+    }
+    ~CopyRoom() { VirtualFree(memory_, 0, MEM_RELEASE); }
+    CopyRoom(const CopyRoom&) = delete;
+    CopyRoom& operator=(const CopyRoom&) = delete;
+
+    unsigned char* Memory() const noexcept { return memory_; }
+
+ private:
+    unsigned char* memory_;
+};
+
+// A piece may lie across the end of a copy: the next one begins a little earlier.
+void LookThrough(const MEMORY_BASIC_INFORMATION& region, const CopyRoom& room,
+                 const ForbiddenSearch& search, std::vector<std::string>& places)
+{
+    constexpr std::size_t kOverlap = ForbiddenBytes::kPieceBytes - 1;
+    const auto* base = static_cast<const unsigned char*>(region.BaseAddress);
+    for (std::size_t done = 0; done + kOverlap < region.RegionSize;) {
+        const std::size_t size = std::min(CopyRoom::kSizeBytes, region.RegionSize - done);
+        SIZE_T copied = 0;
+        if (!ReadProcessMemory(GetCurrentProcess(), base + done, room.Memory(), size, &copied)) {
+            return;  // gone meanwhile
+        }
+        search.Look(room.Memory(), copied, places, base + done);
+        done += size - kOverlap;
+    }
+}
+
 }  // namespace
 
 ForbiddenSearch::ForbiddenSearch(const std::vector<ForbiddenBytes>& forbidden)
@@ -52,12 +90,12 @@ ForbiddenSearch::ForbiddenSearch(const std::vector<ForbiddenBytes>& forbidden)
 }
 
 void ForbiddenSearch::Look(const unsigned char* memory, std::size_t sizeBytes,
-                           std::vector<std::string>& places) const
+                           std::vector<std::string>& places, const unsigned char* original) const
 {
     for (std::size_t at = 0; at + ForbiddenBytes::kPieceBytes <= sizeBytes; ++at) {
         for (const Candidate& candidate : byMaskedStart_[memory[at] ^ ForbiddenBytes::kMask]) {
             if (candidate.run->PieceStandsAt(candidate.piece, memory + at)) {
-                places.push_back(Place(*candidate.run, candidate.piece, memory + at));
+                places.push_back(Place(*candidate.run, candidate.piece, original + at));
             }
         }
     }
@@ -68,13 +106,15 @@ std::vector<std::string> FindInMemory(const std::vector<ForbiddenBytes>& forbidd
     OverwriteSavedRegisters();
     const ForbiddenSearch search(forbidden);
     std::vector<std::string> places;
+    // Read by the system and not by us: memory may be given back under our eyes, such as the stack
+    // of a thread of the system's pool that has idled long enough.
+    const CopyRoom room;
     MEMORY_BASIC_INFORMATION region = {};
     const unsigned char* next = nullptr;
     while (VirtualQuery(next, &region, sizeof region) == sizeof region) {
         next = static_cast<const unsigned char*>(region.BaseAddress) + region.RegionSize;
-        if (CanRead(region)) {
-            search.Look(static_cast<const unsigned char*>(region.BaseAddress), region.RegionSize,
-                        places);
+        if (CanRead(region) && region.BaseAddress != room.Memory()) {
+            LookThrough(region, room, search, places);
         }
     }
     return places;

@@ -64,9 +64,10 @@ class ForbiddenSearch {
     // `forbidden` has to outlive the search.
     explicit ForbiddenSearch(const std::vector<ForbiddenBytes>& forbidden);
 
-    // One line for each piece found in `sizeBytes` bytes at `memory`.
-    void Look(const unsigned char* memory, std::size_t sizeBytes,
-              std::vector<std::string>& places) const;
+    // One line for each piece found in `sizeBytes` bytes at `memory`, a copy of those at
+    // `original`.
+    void Look(const unsigned char* memory, std::size_t sizeBytes, std::vector<std::string>& places,
+              const unsigned char* original) const;
 
  private:
     struct Candidate {
@@ -77,7 +78,7 @@ class ForbiddenSearch {
 };
 
 // Looks through all memory of this process that can be read: heaps, stacks, data, mapped files.
-// Answers one line for each piece found. To be called while no other thread allocates.
+// Answers one line for each piece found. To be called while no other thread of ours works.
 std::vector<std::string> FindInMemory(const std::vector<ForbiddenBytes>& forbidden);
 
 }  // namespace kelvor::test
