@@ -15,3 +15,10 @@ else()
     target_link_options(kelvor_options INTERFACE -Wl,--no-insert-timestamp)
   endif()
 endif()
+
+# What the builds that trap at undefined behaviour are compiled with besides.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  set(KELVOR_TRAP_OPTIONS -fsanitize=undefined -fsanitize-trap=undefined)
+else()
+  set(KELVOR_TRAP_OPTIONS -fsanitize=undefined -fsanitize-undefined-trap-on-error)
+endif()

@@ -1,5 +1,6 @@
 #include "support/module_under_test.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 #include <string>
@@ -72,7 +73,8 @@ HRESULT ModuleUnderTest::CanUnloadNow() const
 
 std::wstring ModuleUnderTest::File()
 {
-    return WindowsPath(KELVOR_MODULE_FILE);
+    const char* const other = std::getenv("KELVOR_MODULE");
+    return WindowsPath(other != nullptr ? other : KELVOR_MODULE_FILE);
 }
 
 }  // namespace kelvor::test

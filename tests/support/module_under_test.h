@@ -22,7 +22,8 @@ class ModuleUnderTest {
     HRESULT GetClassObject(REFCLSID classId, REFIID riid, void** object) const;
     HRESULT CanUnloadNow() const;
 
-    // Path of the DLL file.
+    // Path of the DLL file: that of this build, unless the environment variable KELVOR_MODULE names
+    // another one.
     static std::wstring File();
 
  private:

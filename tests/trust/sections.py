@@ -45,4 +45,9 @@ SECTIONS = (
         " handles and threads measured; then two processes that sign in at once for a minute.",
         10, f"{WINE}/soak/kelvor_trust_soak.exe --seed {{seed}} --count 1000000 --minutes 30 {{minutes}}"
             " --report {report}"),
+    Section(
+        "memory", "Misused memory and undefined behaviour",
+        "The whole suite on two other builds of the same sources: one whose every allocation ends at"
+        " a guard page and vanishes when it is freed, one that traps at undefined behaviour.",
+        10, "python3 -B tests/trust/memory/suite.py --report {report}"),
 )
