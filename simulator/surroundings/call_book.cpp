@@ -61,6 +61,15 @@ std::size_t CallBook::Count(const char* function) const
     return Calls(function).size();
 }
 
+std::size_t CallBook::CountOf(DWORD threadId, const char* function) const
+{
+    return lock_.With([&] {
+        return static_cast<std::size_t>(std::ranges::count_if(calls_, [&](const Call& call) {
+            return call.threadId == threadId && call.function == function;
+        }));
+    });
+}
+
 void CallBook::Forget()
 {
     lock_.With([&] { calls_.clear(); });

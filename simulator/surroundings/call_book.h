@@ -38,6 +38,7 @@ class CallBook {
     std::vector<Call> Calls() const;
     std::vector<Call> Calls(const char* function) const;
     std::size_t Count(const char* function) const;
+    std::size_t CountOf(DWORD threadId, const char* function) const;
     void Forget();
 
  private:

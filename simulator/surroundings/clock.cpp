@@ -142,7 +142,7 @@ bool Clock::IsWaiting(DWORD threadId, std::optional<DWORD> limitMs) const
 {
     return lock_.With([&] {
         return std::ranges::any_of(waiters_, [&](const Waiter& waiter) {
-            return waiter.threadId == threadId &&
+            return waiter.threadId == threadId && waiter.deadlineMs > nowMs_ &&
                    (waiter.own || waiter.limitMs == limitMs.value_or(waiter.limitMs));
         });
     });

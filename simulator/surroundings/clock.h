@@ -49,8 +49,8 @@ class Clock {
     // thread has taken notice. False when no such wait came.
     bool EndWait(DWORD limitMs);
 
-    // Whether a thread is inside WaitFor or inside a wait of the module; of any length, or of the
-    // length `limitMs`.
+    // Whether a thread is inside WaitFor or inside a wait of the module, and its time has not come;
+    // of any length, or of the length `limitMs`.
     bool IsWaiting(DWORD threadId, std::optional<DWORD> limitMs = std::nullopt) const;
 
     // The lengths of the module's Sleep calls so far, and the limits of its finite waits, in order.

@@ -324,23 +324,31 @@ void FakeCardService::Converse(HANDLE pipe)
             onRequest(request);
         }
         const Reply reply = Take(request);
+        held_ += reply.waits || reply.staysSilent ? 1 : 0;
         SetEvent(received_.Get());
         if (reply.waits) {
             WaitForSingleObject(proceed_.Get(), kPatienceMs);
+            held_ -= reply.staysSilent ? 0 : 1;
         }
-        if (reply.stops) {
-            Stop();  // before the answer, so that the client's next request finds nobody
-        }
-        const bool written = std::ranges::all_of(
-            reply.pieces, [&](const std::string& piece) { return WriteAll(pipe, piece); });
-        char more = 0;
-        DWORD read = 0;
-        if (written && !reply.hangsUp) {
-            ReadFile(pipe, &more, 1, &read, nullptr);  // until the client has left
-        }
+        Answer(pipe, reply);
+        held_ -= reply.staysSilent ? 1 : 0;
     }
     WipeMemory(request.data(), request.size());
     CloseHandle(pipe);
+}
+
+void FakeCardService::Answer(HANDLE pipe, const Reply& reply)
+{
+    if (reply.stops) {
+        Stop();  // before the answer, so that the client's next request finds nobody
+    }
+    const bool written = std::ranges::all_of(
+        reply.pieces, [&](const std::string& piece) { return WriteAll(pipe, piece); });
+    char more = 0;
+    DWORD read = 0;
+    if (written && !reply.hangsUp) {
+        ReadFile(pipe, &more, 1, &read, nullptr);  // until the client has left
+    }
 }
 
 Reply FakeCardService::Take(std::string& request)

@@ -61,6 +61,8 @@ class FakeCardService {
     void Proceed();
     // Waits until a request for `command` has been read; false after ten seconds.
     bool WaitForRequest(const std::string& command) const;
+    // How many clients have a reply that waits or stays silent, at this moment.
+    std::size_t Held() const noexcept { return held_; }
 
     // Waits until every connection so far has been dealt with and its buffers are wiped.
     void WaitForAllClients();
@@ -86,6 +88,7 @@ class FakeCardService {
     void Listen();
     void Converse(HANDLE pipe);
     Reply Take(std::string& request);
+    void Answer(HANDLE pipe, const Reply& reply);
 
     std::wstring pipeName_;
     Lock lock_;
@@ -97,6 +100,7 @@ class FakeCardService {
     std::function<void(const std::string&)> onRequest_;
     std::atomic<bool> stops_{false};
     std::atomic<bool> readsNothing_{false};
+    std::atomic<std::size_t> held_{0};
     UniqueKernelObject listening_;
     UniqueKernelObject proceed_;
     UniqueKernelObject received_;

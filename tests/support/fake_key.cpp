@@ -23,6 +23,14 @@ bool IsPin(const char* pin, const std::string& masked)
                       [](char given, char wanted) { return (given ^ kMask) == wanted; });
 }
 
+std::string Masked(std::string_view pin)
+{
+    std::string masked(pin.size(), '\0');
+    std::ranges::transform(pin, masked.begin(),
+                           [](char letter) { return static_cast<char>(letter ^ kMask); });
+    return masked;
+}
+
 // Copies into a caller's buffer, whose size goes in and out; false when it does not fit.
 bool Give(const void* data, std::size_t size, void* buffer, std::size_t* bufferSize)
 {
@@ -65,10 +73,13 @@ struct FakeKeyEntry {
                                   second == nullptr && third == nullptr && fourth == 0,
                                   pin != nullptr,
                                   pin != nullptr && IsPin(pin, self.maskedPin_),
+                                  pin != nullptr ? Masked(pin) : std::string(),
                                   GetCurrentThreadId()});
         });
+        ++self.waiting_;
         SetEvent(self.prompted_.Get());
         WaitForSingleObject(self.touched_.Get(), INFINITE);
+        --self.waiting_;
         ResetEvent(self.prompted_.Get());
         return self.lock_.With([&] {
             if (self.beginCode_ != 0) {
@@ -147,6 +158,11 @@ struct FakeKeyEntry {
     }
 };
 
+bool TapRequest::HadPin(std::string_view pin) const
+{
+    return pinGiven && IsPin(std::string(pin).c_str(), maskedPin);
+}
+
 FakeKey::FakeKey(HMODULE module)
     : credentials_(1),
       touched_(CreateEventW(nullptr, TRUE, TRUE, nullptr)),
@@ -211,12 +227,7 @@ void FakeKey::SetErrorText(int code, std::optional<std::string> text)
 
 void FakeKey::SetPin(std::string_view pin)
 {
-    lock_.With([&] {
-        maskedPin_.assign(pin.size(), '\0');
-        for (std::size_t i = 0; i < pin.size(); ++i) {
-            maskedPin_[i] = static_cast<char>(pin[i] ^ kMask);
-        }
-    });
+    lock_.With([&] { maskedPin_ = Masked(pin); });
 }
 
 void FakeKey::HoldTouch()

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <cstddef>
 #include <map>
 #include <optional>
@@ -36,7 +37,10 @@ struct TapRequest {
     bool otherArgumentsEmpty = false;  // the second to fourth argument were null, null and 0
     bool pinGiven = false;             // false: a null pointer
     bool pinRight = false;
+    std::string maskedPin;
     DWORD threadId = 0;
+
+    bool HadPin(std::string_view pin) const;
 };
 
 // A programmable security key: stands in for the seven functions of the security-key library at
@@ -64,6 +68,8 @@ class FakeKey {
     void Touch();
     // Waits until a begin call waits for the touch; false after ten seconds.
     bool WaitForTouchPrompt() const;
+    // How many begin calls wait for the touch at this moment.
+    std::size_t Waiting() const noexcept { return waiting_; }
 
     std::vector<TapRequest> Taps() const;
     // Calls by function name; prov_has_fido_device and prov_has_nfc_device included.
@@ -93,6 +99,7 @@ class FakeKey {
     std::vector<TapRequest> taps_;
     std::vector<void*> handles_;
     std::size_t strayFrees_ = 0;
+    std::atomic<std::size_t> waiting_{0};
     UniqueKernelObject touched_;
     UniqueKernelObject prompted_;
     std::vector<simulator::ImportPatch> patches_;
