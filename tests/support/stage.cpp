@@ -6,6 +6,7 @@
 
 #include <doctest.h>
 
+#include "support/method_times.h"
 #include "support/readable_failures.h"
 
 namespace kelvor::test {
@@ -72,14 +73,16 @@ void Stage::Open()
         return;
     }
     CreateProvider();
-    CHECK(provider_->SetUsageScenario(options_.scenario, 0) == S_OK);
+    CHECK(Timed("Provider::SetUsageScenario",
+                [&] { return provider_->SetUsageScenario(options_.scenario, 0); }) == S_OK);
     if (options_.givesUsers) {
         users_ = FakeUserArray::Make(options_.users);
         GiveUsers(users_.Get());
     }
     if (options_.advisesProvider) {
         sink_ = ProviderEvents::Make();
-        CHECK(provider_->Advise(sink_.Get(), kAdviseContext) == S_OK);
+        CHECK(Timed("Provider::Advise",
+                    [&] { return provider_->Advise(sink_.Get(), kAdviseContext); }) == S_OK);
     }
     ReadDescriptors();
     TakeTiles();
@@ -97,10 +100,12 @@ void Stage::CreateProvider()
 void Stage::ReadDescriptors()
 {
     DWORD count = 0;
-    CHECK(provider_->GetFieldDescriptorCount(&count) == S_OK);
+    CHECK(Timed("Provider::GetFieldDescriptorCount",
+                [&] { return provider_->GetFieldDescriptorCount(&count); }) == S_OK);
     for (DWORD index = 0; index < count; ++index) {
         CREDENTIAL_PROVIDER_FIELD_DESCRIPTOR* descriptor = nullptr;
-        CHECK(provider_->GetFieldDescriptorAt(index, &descriptor) == S_OK);
+        CHECK(Timed("Provider::GetFieldDescriptorAt",
+                    [&] { return provider_->GetFieldDescriptorAt(index, &descriptor); }) == S_OK);
         const TaskMemory<CREDENTIAL_PROVIDER_FIELD_DESCRIPTOR> own(descriptor);
         if (own) {
             CoTaskMemFree(own.Get()->pszLabel);
@@ -113,7 +118,9 @@ void Stage::TakeTiles()
     const DWORD count = AskTileCount().count;
     for (DWORD index = 0; index < count; ++index) {
         ComRef<ICredentialProviderCredential> credential;
-        REQUIRE(provider_->GetCredentialAt(index, credential.Receive()) == S_OK);
+        REQUIRE(Timed("Provider::GetCredentialAt", [&] {
+                    return provider_->GetCredentialAt(index, credential.Receive());
+                }) == S_OK);
         tiles_.emplace_back(std::move(credential));
     }
     for (Tile& tile : tiles_) {
@@ -135,7 +142,9 @@ Stage::TileCount Stage::AskTileCount()
     Open();
     TileCount answer = {0xDEAD, 0xDEAD, true};
     BOOL autoLogon = TRUE;
-    CHECK(provider_->GetCredentialCount(&answer.count, &answer.defaultTile, &autoLogon) == S_OK);
+    CHECK(Timed("Provider::GetCredentialCount", [&] {
+              return provider_->GetCredentialCount(&answer.count, &answer.defaultTile, &autoLogon);
+          }) == S_OK);
     answer.autoLogon = autoLogon != FALSE;
     return answer;
 }
@@ -146,7 +155,7 @@ void Stage::GiveUsers(ICredentialProviderUserArray* users)
     ComRef<ICredentialProviderSetUserArray> setUsers;
     REQUIRE(provider_->QueryInterface(IID_ICredentialProviderSetUserArray,
                                       reinterpret_cast<void**>(setUsers.Receive())) == S_OK);
-    CHECK(setUsers->SetUserArray(users) == S_OK);
+    CHECK(Timed("Provider::SetUserArray", [&] { return setUsers->SetUserArray(users); }) == S_OK);
 }
 
 Stage::TileCount Stage::EnumerateAnew()
@@ -276,7 +285,7 @@ void Stage::LetTilesGo(Farewell farewell)
 void Stage::LetProviderGo(Farewell farewell)
 {
     if (provider_ && farewell == Farewell::kUnadvised) {
-        provider_->UnAdvise();
+        Timed("Provider::UnAdvise", [&] { return provider_->UnAdvise(); });
     }
     provider_ = {};
 }

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <utility>
 
+#include "support/method_times.h"
+
 namespace kelvor::test {
 namespace {
 
@@ -34,12 +36,12 @@ Tile::Tile(ComRef<ICredentialProviderCredential> credential)
 
 HRESULT Tile::Advise()
 {
-    return credential_->Advise(events_.Get());
+    return Timed("Advise", [&] { return credential_->Advise(events_.Get()); });
 }
 
 HRESULT Tile::UnAdvise()
 {
-    return credential_->UnAdvise();
+    return Timed("UnAdvise", [&] { return credential_->UnAdvise(); });
 }
 
 void Tile::ReadFields()
@@ -50,7 +52,9 @@ void Tile::ReadFields()
             ComboItems();
         } else if (field == kSubmitField) {
             DWORD adjacentTo = 0;
-            static_cast<void>(credential_->GetSubmitButtonValue(field, &adjacentTo));
+            static_cast<void>(Timed("GetSubmitButtonValue", [&] {
+                return credential_->GetSubmitButtonValue(field, &adjacentTo);
+            }));
         } else if (field != 0) {
             Text(field);
         }
@@ -60,18 +64,18 @@ void Tile::ReadFields()
 bool Tile::Select()
 {
     BOOL autoLogon = FALSE;
-    static_cast<void>(credential_->SetSelected(&autoLogon));
+    static_cast<void>(Timed("SetSelected", [&] { return credential_->SetSelected(&autoLogon); }));
     return autoLogon != FALSE;
 }
 
 void Tile::Deselect()
 {
-    static_cast<void>(credential_->SetDeselected());
+    static_cast<void>(Timed("SetDeselected", [&] { return credential_->SetDeselected(); }));
 }
 
 HRESULT Tile::Type(const wchar_t* pin)
 {
-    return credential_->SetStringValue(kPinField, pin);
+    return Timed("SetStringValue", [&] { return credential_->SetStringValue(kPinField, pin); });
 }
 
 Answer Tile::Click()
@@ -81,8 +85,10 @@ Answer Tile::Click()
     std::memset(&serialization, 0xCD, sizeof serialization);
     LPWSTR text = Rubbish();
     answer.statusIcon = CPSI_WARNING;
-    answer.result =
-        credential_->GetSerialization(&answer.response, &serialization, &text, &answer.statusIcon);
+    answer.result = Timed("GetSerialization", [&] {
+        return credential_->GetSerialization(&answer.response, &serialization, &text,
+                                             &answer.statusIcon);
+    });
     answer.package = serialization.ulAuthenticationPackage;
     answer.provider = serialization.clsidCredentialProvider;
     if (serialization.rgbSerialization != nullptr) {
@@ -102,14 +108,17 @@ HRESULT Tile::Report(LONG status, LONG substatus)
 {
     LPWSTR text = Rubbish();
     CREDENTIAL_PROVIDER_STATUS_ICON icon = CPSI_WARNING;
-    const HRESULT result = credential_->ReportResult(status, substatus, &text, &icon);
+    const HRESULT result = Timed(
+        "ReportResult", [&] { return credential_->ReportResult(status, substatus, &text, &icon); });
     return text == nullptr && icon == CPSI_NONE ? result : E_UNEXPECTED;
 }
 
 std::optional<std::wstring> Tile::Text(DWORD field)
 {
     LPWSTR text = Rubbish();
-    if (FAILED(credential_->GetStringValue(field, &text)) || text == nullptr) {
+    if (FAILED(
+            Timed("GetStringValue", [&] { return credential_->GetStringValue(field, &text); })) ||
+        text == nullptr) {
         return std::nullopt;
     }
     const TaskString own(text);
@@ -120,7 +129,8 @@ CREDENTIAL_PROVIDER_FIELD_STATE Tile::State(DWORD field)
 {
     CREDENTIAL_PROVIDER_FIELD_STATE state = CPFS_HIDDEN;
     CREDENTIAL_PROVIDER_FIELD_INTERACTIVE_STATE interactive = CPFIS_NONE;
-    static_cast<void>(credential_->GetFieldState(field, &state, &interactive));
+    static_cast<void>(Timed(
+        "GetFieldState", [&] { return credential_->GetFieldState(field, &state, &interactive); }));
     return state;
 }
 
@@ -128,7 +138,8 @@ CREDENTIAL_PROVIDER_FIELD_INTERACTIVE_STATE Tile::InteractiveState(DWORD field)
 {
     CREDENTIAL_PROVIDER_FIELD_STATE state = CPFS_HIDDEN;
     CREDENTIAL_PROVIDER_FIELD_INTERACTIVE_STATE interactive = CPFIS_NONE;
-    static_cast<void>(credential_->GetFieldState(field, &state, &interactive));
+    static_cast<void>(Timed(
+        "GetFieldState", [&] { return credential_->GetFieldState(field, &state, &interactive); }));
     return interactive;
 }
 
@@ -136,11 +147,15 @@ std::vector<std::wstring> Tile::ComboItems()
 {
     DWORD count = 0;
     DWORD selected = 0;
-    static_cast<void>(credential_->GetComboBoxValueCount(kPickerField, &count, &selected));
+    static_cast<void>(Timed("GetComboBoxValueCount", [&] {
+        return credential_->GetComboBoxValueCount(kPickerField, &count, &selected);
+    }));
     std::vector<std::wstring> items;
     for (DWORD item = 0; item < count; ++item) {
         TaskString text;
-        if (SUCCEEDED(credential_->GetComboBoxValueAt(kPickerField, item, text.Receive()))) {
+        if (SUCCEEDED(Timed("GetComboBoxValueAt", [&] {
+                return credential_->GetComboBoxValueAt(kPickerField, item, text.Receive());
+            }))) {
             items.emplace_back(text.Get());
         }
     }
@@ -151,13 +166,16 @@ DWORD Tile::ComboSelection()
 {
     DWORD count = 0;
     DWORD selected = 0;
-    static_cast<void>(credential_->GetComboBoxValueCount(kPickerField, &count, &selected));
+    static_cast<void>(Timed("GetComboBoxValueCount", [&] {
+        return credential_->GetComboBoxValueCount(kPickerField, &count, &selected);
+    }));
     return selected;
 }
 
 HRESULT Tile::SelectAccount(DWORD row)
 {
-    return credential_->SetComboBoxSelectedValue(kPickerField, row);
+    return Timed("SetComboBoxSelectedValue",
+                 [&] { return credential_->SetComboBoxSelectedValue(kPickerField, row); });
 }
 
 }  // namespace kelvor::test
