@@ -1,0 +1,120 @@
+// LogonUI at its worst, and everybody else with it: seeded sequences of anything that may happen,
+// in any order, with the module's threads running.
+#include <array>
+#include <memory>
+#include <string>
+
+#include <doctest.h>
+
+#include "failure_count.h"
+#include "hang_watch.h"
+#include "part_run.h"
+#include "shrink.h"
+#include "support/readable_failures.h"
+#include "trust/support/options.h"
+#include "trust/support/report.h"
+#include "world.h"
+
+using namespace kelvor::trust;
+
+namespace {
+
+constexpr std::size_t kShortCount = 500;
+constexpr std::size_t kMostShrinkTries = 300;
+constexpr std::size_t kMostFailed = 3;  // what comes after is the same, as a rule
+constexpr const wchar_t* kModule = L"KelvorFidoAdLogonCredentialProvider.dll";
+
+// Three of four are played step by step; in the others, steps and threads run as they will.
+bool IsPatient(std::uint64_t index)
+{
+    return index % 4 != 3;
+}
+
+Sequence SequenceOf(std::uint64_t index)
+{
+    return MakeSequence(Random(TheOptions().seed, index));
+}
+
+std::vector<std::string> Play(const Sequence& sequence, std::uint64_t index)
+{
+    std::vector<std::string> found;
+    HangWatch hangs("sequence " + std::to_string(index));
+    try {
+        World world(sequence, IsPatient(index));
+        world.SetOnStep([&](const char* name) {
+            if (TheOptions().replay) {
+                MESSAGE(name);
+            }
+            hangs.Hear(name);
+        });
+        world.Play();
+        found = world.Found();
+        hangs.Hear("the stage's end");
+    } catch (const std::exception& error) {
+        found.push_back(error.what());
+    }
+    if (GetModuleHandleW(kModule) != nullptr) {
+        found.push_back("the module stays loaded after the last release");
+    }
+    return found;
+}
+
+Sequence PartOf(const Sequence& sequence, const Places& part)
+{
+    Sequence some;
+    for (const std::size_t place : part) {
+        some.push_back(sequence.at(place));
+    }
+    return some;
+}
+
+std::string HowToReplay(std::uint64_t index)
+{
+    return "kelvor_trust_sequences --seed " + std::to_string(TheOptions().seed) + " --replay " +
+           std::to_string(index);
+}
+
+void ReportWaits()
+{
+    std::vector<std::vector<std::string>> rows;
+    for (const auto& [wait, times] : LogonUiWaits::All()) {
+        const char* const bound = LogonUiWaits::Bound(wait.first, wait.second);
+        if (bound != nullptr && wait.second != "the log's turn") {
+            rows.push_back({wait.first, wait.second, Grouped(times), bound});
+        }
+    }
+    ReportTable("The waits of LogonUI's thread, all of them prescribed",
+                {"method", "waited for", "times", "at most"}, rows);
+}
+
+}  // namespace
+
+TEST_CASE(
+    "Whatever LogonUI does in whatever order, random sequences leave nothing and break nothing")
+{
+    const std::optional<Places> part = PartToPlay();
+    std::size_t steps = 0;
+    std::size_t failed = 0;
+    Tries tries(kShortCount);
+    for (; failed < kMostFailed && tries.GoOn(); tries.Next()) {
+        const std::uint64_t index = tries.Index();
+        INFO(HowToReplay(index));
+        const Sequence whole = SequenceOf(index);
+        const std::size_t failuresBefore = FailureCount();
+        CHECK(Play(part ? PartOf(whole, *part) : whole, index) == std::vector<std::string>());
+        steps += whole.size();
+        if (FailureCount() != failuresBefore && !part) {
+            ++failed;
+            const Places smallest = Shrink(
+                whole.size(), [&](const Places& fewer) { return PartFails(index, fewer); },
+                kMostShrinkTries);
+            MESSAGE("the smallest sequence that fails so:\n", TextOf(PartOf(whole, smallest)));
+        }
+    }
+    CHECK(LogonUiWaits::Unprescribed() == std::vector<std::string>());
+    ReportFigure(
+        "Sequences of what LogonUI, the user, the key, the directory and the card service "
+        "can do, illegal orders and arguments included, broke no rule and left nothing.",
+        Grouped(tries.Done()) + " sequences, " + Grouped(steps) + " steps");
+    ReportWaits();
+}
