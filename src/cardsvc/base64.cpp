@@ -4,6 +4,8 @@
 
 #include <wincrypt.h>
 
+#include <new>
+
 namespace kelvor {
 
 SecretText Base64Encode(std::span<const unsigned char> bytes)
@@ -15,11 +17,11 @@ SecretText Base64Encode(std::span<const unsigned char> bytes)
     const DWORD sizeBytes = static_cast<DWORD>(bytes.size());
     DWORD length = 0;  // counts the terminating zero here, and below no more
     if (!CryptBinaryToStringA(bytes.data(), sizeBytes, kFormat, nullptr, &length)) {
-        return {};
+        throw std::bad_alloc();
     }
     SecretText text(length);
     if (!CryptBinaryToStringA(bytes.data(), sizeBytes, kFormat, text.Data(), &length)) {
-        return {};
+        throw std::bad_alloc();
     }
     text.Shrink(length);
     return text;

@@ -9,8 +9,8 @@
 namespace kelvor {
 
 // Standard Base64 with padding and without line breaks (RFC 4648, section 4). No bytes give an
-// empty text, and so does a failure of the platform. The result wipes itself, since what the
-// security key answered is encoded with it.
+// empty text. A platform that cannot encode lacks memory for it: std::bad_alloc. The result wipes
+// itself, since what the security key answered is encoded with it.
 [[nodiscard]] SecretText Base64Encode(std::span<const unsigned char> bytes);
 
 // Decodes standard Base64. On failure `bytes` is empty.

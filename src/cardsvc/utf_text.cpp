@@ -3,23 +3,38 @@
 #include <windows.h>
 
 #include <climits>
+#include <new>
 
 namespace kelvor {
 namespace {
 
-// Converts into `capacityBytes` bytes at `output`; without an output, tells the bytes needed.
-int ToUtf8(std::wstring_view text, char* output, std::size_t capacityBytes)
+// Text of any kind can be converted: what the platform refuses, it has no memory for.
+std::size_t Converted(int count)
 {
-    return WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), output,
-                               static_cast<int>(capacityBytes), nullptr, nullptr);
+    if (count <= 0) {
+        throw std::bad_alloc();
+    }
+    return static_cast<std::size_t>(count);
+}
+
+// Converts into `capacityBytes` bytes at `output`; without an output, tells the bytes needed.
+std::size_t ToUtf8(std::wstring_view text, char* output, std::size_t capacityBytes)
+{
+    return Converted(WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
+                                         output, static_cast<int>(capacityBytes), nullptr,
+                                         nullptr));
+}
+
+// Likewise, in UTF-16 units.
+std::size_t ToUtf16(std::string_view text, wchar_t* output, std::size_t capacityChars)
+{
+    return Converted(MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
+                                         output, static_cast<int>(capacityChars)));
 }
 
 std::size_t Utf8Size(std::wstring_view text)
 {
-    if (text.empty() || text.size() > INT_MAX) {
-        return 0;
-    }
-    return static_cast<std::size_t>(ToUtf8(text, nullptr, 0));
+    return text.empty() || text.size() > INT_MAX ? 0 : ToUtf8(text, nullptr, 0);
 }
 
 }  // namespace
@@ -38,10 +53,8 @@ std::wstring Utf8ToUtf16(std::string_view text)
     if (text.empty() || text.size() > INT_MAX) {
         return {};
     }
-    const int bytes = static_cast<int>(text.size());
-    const int units = MultiByteToWideChar(CP_UTF8, 0, text.data(), bytes, nullptr, 0);
-    std::wstring converted(static_cast<std::size_t>(units), L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, text.data(), bytes, converted.data(), units);
+    std::wstring converted(ToUtf16(text, nullptr, 0), L'\0');
+    ToUtf16(text, converted.data(), converted.size());
     return converted;
 }
 

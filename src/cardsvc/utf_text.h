@@ -9,7 +9,8 @@ namespace kelvor {
 
 // Conversions between the wide text of Windows and the UTF-8 of the card service's pipe and of the
 // security key. Text that is not well formed is never rejected: the platform puts its substitute
-// character where it cannot convert. Text of more than INT_MAX units converts to nothing.
+// character where it cannot convert. Text of more than INT_MAX units converts to nothing. A
+// platform that cannot convert lacks memory for it: std::bad_alloc.
 std::string Utf16ToUtf8(std::wstring_view text);
 std::wstring Utf8ToUtf16(std::string_view text);
 
