@@ -87,6 +87,9 @@ HRESULT Connect(UniquePipe& pipe, std::wstring& reason)
 bool WriteRequest(HANDLE pipe, std::string_view request, DWORD timeoutMs) noexcept
 {
     const WriteLimit limit(pipe, timeoutMs);
+    if (!limit.Stands()) {
+        return false;
+    }
     while (!request.empty()) {
         DWORD written = 0;
         if (!WriteFile(pipe, request.data(), static_cast<DWORD>(request.size()), &written,
@@ -115,30 +118,38 @@ HRESULT SendRequest(SecretText& request, UniquePipe& pipe, DWORD timeoutMs, std:
     return S_OK;
 }
 
+// Ends a read that waits. The kernel may write to its buffer and to `io` until it has ended.
+void GiveReadUp(UniquePipe& pipe, OVERLAPPED& io) noexcept
+{
+    HANDLE reading = pipe.Get();
+    if (!CancelIo(reading)) {
+        pipe.Reset();  // which ends it, too
+    }
+    DWORD moved = 0;
+    GetOverlappedResult(reading, &io, &moved, TRUE);  // asks the event, not the pipe
+}
+
 // Reads one byte. False when none came within the time, on an error and when the service has
 // closed the pipe.
-bool ReadByte(HANDLE pipe, OVERLAPPED& io, DWORD timeoutMs, char& byte) noexcept
+bool ReadByte(UniquePipe& pipe, OVERLAPPED& io, DWORD timeoutMs, char& byte) noexcept
 {
     ResetEvent(io.hEvent);
-    if (!ReadFile(pipe, &byte, 1, nullptr, &io)) {
+    if (!ReadFile(pipe.Get(), &byte, 1, nullptr, &io)) {
         if (GetLastError() != ERROR_IO_PENDING) {
             return false;
         }
         if (WaitForSingleObject(io.hEvent, timeoutMs) != WAIT_OBJECT_0) {
-            CancelIo(pipe);
-            // The kernel may write to `byte` and `io` until the cancelled read has ended.
-            DWORD moved = 0;
-            GetOverlappedResult(pipe, &io, &moved, TRUE);
+            GiveReadUp(pipe, io);
             return false;
         }
     }
     DWORD moved = 0;
-    return GetOverlappedResult(pipe, &io, &moved, FALSE) && moved != 0;
+    return GetOverlappedResult(pipe.Get(), &io, &moved, FALSE) && moved != 0;
 }
 
 // Reads up to the line feed, byte by byte, so that nothing behind it is taken. The time limit is
 // one for the silence before each byte.
-bool ReadAnswer(HANDLE pipe, std::string& answer, DWORD timeoutMs)
+bool ReadAnswer(UniquePipe& pipe, std::string& answer, DWORD timeoutMs)
 {
     const UniqueKernelObject event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     if (!event) {
@@ -169,7 +180,7 @@ HRESULT CardServiceTransact(SecretText& request, std::string& answer, DWORD read
     if (FAILED(hr)) {
         return hr;
     }
-    if (!ReadAnswer(pipe.Get(), answer, readTimeoutMs)) {
+    if (!ReadAnswer(pipe, answer, readTimeoutMs)) {
         answer.clear();
         LogError("softcardctl: no/incomplete response");
         reason = L"the card service did not respond";

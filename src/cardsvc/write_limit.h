@@ -15,13 +15,16 @@ struct ThreadpoolTimerPolicy {
 
 // Limits how long writing to a pipe and flushing it may take while it lives: both wait until the
 // other end reads, which need not happen. What still waits then fails with
-// ERROR_OPERATION_ABORTED. Without memory for a timer there is no limit.
+// ERROR_OPERATION_ABORTED.
 class WriteLimit {
  public:
     WriteLimit(HANDLE pipe, DWORD limitMs) noexcept;
     ~WriteLimit() = default;
     WriteLimit(const WriteLimit&) = delete;
     WriteLimit& operator=(const WriteLimit&) = delete;
+
+    // False when there is no memory for a timer. Then nothing must be written: it might never end.
+    bool Stands() const noexcept { return static_cast<bool>(timer_); }
 
  private:
     static void CALLBACK Cancel(PTP_CALLBACK_INSTANCE, PVOID pipe, PTP_TIMER) noexcept;

@@ -44,6 +44,12 @@ bool IsAwaitedFor(const char* command, const char* answer, DWORD limitMs)
     return asked && awaited;
 }
 
+BOOL WINAPI FailToCancel(HANDLE)
+{
+    SetLastError(ERROR_INVALID_HANDLE);
+    return FALSE;
+}
+
 // Stands in the way of the module's writes to the pipe and remembers the request's memory.
 class WriteWatch {
  public:
@@ -238,6 +244,19 @@ TEST_CASE("A silent service is given up after the command's time")
 {
     Stage stage;
     stage.service.Answers("provchallenge", Reply::Silence());
+    stage.Select();
+    stage.TypePin();
+    stage.Click();
+    REQUIRE(stage.clock.EndWait(30'000));
+    stage.WaitForWorker();
+    CHECK(DidNotRespond(stage));
+}
+
+TEST_CASE("A silent service is given up where its read cannot be cancelled")
+{
+    Stage stage;
+    stage.service.Answers("provchallenge", Reply::Silence());
+    const simulator::ImportPatch patch(stage.Module().Handle(), "CancelIo", &FailToCancel);
     stage.Select();
     stage.TypePin();
     stage.Click();
