@@ -72,8 +72,8 @@ struct ArmAnswer {
 [[nodiscard]] HRESULT ProvisionCard(const SignInServer& server, const SecretText& authPin,
                                     std::wstring& upn, std::wstring& reason);
 
-// Closes the card's sign gate. The outcome is only logged: without it the gate closes by itself
-// after the service's idle time.
-void DisarmCard();
+// Closes the card's sign gate. The outcome is only logged, want of memory included: without it the
+// gate closes by itself after the service's idle time.
+void DisarmCard() noexcept;
 
 }  // namespace kelvor

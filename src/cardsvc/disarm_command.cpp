@@ -3,6 +3,7 @@
 #include "cardsvc/pipe_transport.h"
 #include "cardsvc/request_writer.h"
 #include "diag/log.h"
+#include "guarded.h"
 
 namespace kelvor {
 namespace {
@@ -10,19 +11,22 @@ namespace {
 // LogonUI waits meanwhile.
 constexpr DWORD kDisarmTimeoutMs = 3000;
 
-}  // namespace
+void LogMissed(const wchar_t* reason) noexcept
+{
+    LogWarn(
+        "softcardctl: disarm did not reach the card service (%ls) - the sign gate will close "
+        "on its own idle timeout instead.",
+        reason);
+}
 
-void DisarmCard()
+HRESULT Disarm()
 {
     SecretText request = RequestWriter("disarm").Finish();
     std::string answer;
     std::wstring reason;
     if (FAILED(CardServiceTransact(request, answer, kDisarmTimeoutMs, reason))) {
-        LogWarn(
-            "softcardctl: disarm did not reach the card service (%ls) - the sign gate will close "
-            "on its own idle timeout instead.",
-            reason);
-        return;
+        LogMissed(reason.c_str());
+        return S_OK;
     }
     if (ReadOk(answer) != Verdict::kYes) {
         reason = RefusalReason(answer, L"the card service refused to disarm");
@@ -30,10 +34,20 @@ void DisarmCard()
             "softcardctl: disarm refused (%ls) - an out-of-date service? The sign gate will close "
             "on its own timeout.",
             reason);
-        return;
+        return S_OK;
     }
     LogInfo("softcardctl: disarm ok - the card can no longer sign (gate was %ls).",
             ReadFlag(answer, "wasArmed") ? L"open" : L"already closed");
+    return S_OK;
+}
+
+}  // namespace
+
+void DisarmCard() noexcept
+{
+    if (FAILED(Guarded(&Disarm))) {
+        LogMissed(L"this PC is low on memory");
+    }
 }
 
 }  // namespace kelvor
