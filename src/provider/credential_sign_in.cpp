@@ -30,7 +30,12 @@ std::optional<PendingTap> CCredential::TakeChosenTap()
 
 void CCredential::OfferAccounts(PendingTap tap)
 {
-    picker_.Show(tap);
+    try {
+        picker_.Show(tap);
+    } catch (...) {
+        picker_.Hide();  // a choice without its tap would keep the PIN's place
+        throw;
+    }
     lock_.With([&] { tap_ = std::move(tap); });
 }
 

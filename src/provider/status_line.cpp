@@ -12,14 +12,14 @@ void StatusLine::Set(const wchar_t* text, CREDENTIAL_PROVIDER_STATUS_ICON icon)
         icon_ = icon;
     });
     if (!screen_.DeferToLogonUi()) {
-        Publish();
+        PublishOr(text);
     }
 }
 
-void StatusLine::Publish() const
+void StatusLine::PublishOr(const wchar_t* text) const
 {
-    const TaskString text = Text();
-    const wchar_t* const shown = text ? text.Get() : L"";
+    const TaskString current = Text();
+    const wchar_t* const shown = current ? current.Get() : text;
     const auto events = screen_.Events();
     if (!events) {
         LogWarn("status -> '%ls' DROPPED: no credential-events object (not advised).", shown);

@@ -19,7 +19,7 @@ class StatusLine {
 
     void Set(const wchar_t* text, CREDENTIAL_PROVIDER_STATUS_ICON icon);
     // Pushes the current text to LogonUI from the calling thread.
-    void Publish() const;
+    void Publish() const { PublishOr(L""); }
     // Gives LogonUI the current text with a response that carries no credential. Withheld while the
     // picker is up: its prompt stays on the tile.
     void TakeOptional(CREDENTIAL_PROVIDER_GET_SERIALIZATION_RESPONSE response, LPWSTR* text,
@@ -29,6 +29,8 @@ class StatusLine {
     bool Empty() const;
 
  private:
+    // Shows `text` where there was no memory to keep the current one or to copy it.
+    void PublishOr(const wchar_t* text) const;
     CREDENTIAL_PROVIDER_STATUS_ICON Icon() const;
     TaskString Text() const;
 

@@ -137,6 +137,17 @@ TEST_CASE(
     CHECK(stage.Status() == kKeyPresentPrompt);
 }
 
+TEST_CASE("A status text that there is no room to keep is shown all the same")
+{
+    Stage stage;
+    stage.key.SetBeginCode(0x31);
+    stage.TypePin();
+    const ImportPatch patch(stage.Module().Handle(), "SHStrDupW", &NoRoomForFailedSignIn);
+    stage.SignIn();
+    CHECK(stage.Status() ==
+          L"Sign-in failed: incorrect PIN — check your security key's PIN and try again");
+}
+
 TEST_CASE("A tile image that cannot be loaded is a failure although the system tells no error")
 {
     Stage stage;
