@@ -1,5 +1,6 @@
 #include "provider/key_watch.h"
 
+#include <atomic>
 #include <memory>
 #include <utility>
 
@@ -15,6 +16,27 @@ constexpr DWORD kPollMs = 500;
 
 }  // namespace
 
+// Tells a watch to end. The event ends its wait at once; where the event cannot be set, the mark
+// ends it with its poll.
+struct KeyWatch::StopSignal {
+    explicit StopSignal(UniqueKernelObject manualReset) noexcept : event(std::move(manualReset)) {}
+
+    void Give() noexcept
+    {
+        given = true;
+        SetEvent(event.Get());
+    }
+    // False when the watch is to end.
+    bool PassesPoll() const noexcept
+    {
+        return WaitForSingleObject(event.Get(), kPollMs) == WAIT_TIMEOUT && !given;
+    }
+
+    UniqueKernelObject event;
+    std::atomic<bool> given{false};
+    std::atomic<DWORD> watchThread{0};
+};
+
 void KeyWatch::Start(ComRef<WatchedTile> tile)
 {
     if (Runs()) {
@@ -25,9 +47,9 @@ void KeyWatch::Start(ComRef<WatchedTile> tile)
     if (!stop) {
         return;
     }
-    next.stop = std::make_shared<UniqueKernelObject>(std::move(stop));
+    next.stop = std::make_shared<StopSignal>(std::move(stop));
     const DWORD error = StartDetachedThread(
-        [this, stop = next.stop, tile = std::move(tile)] { Watch(stop->Get()); }, next.thread);
+        [this, stop = next.stop, tile = std::move(tile)] { Watch(*stop); }, next.thread);
     if (error == ERROR_SUCCESS) {
         lock_.With([&] { std::swap(running_, next); });
     }
@@ -45,18 +67,19 @@ void KeyWatch::Stop() noexcept
     if (!ending.thread) {
         return;
     }
-    SetEvent(ending.stop->Get());
+    ending.stop->Give();
     // The watch itself comes here when LogonUI calls the tile back from a change that it shows. It
     // ends soon after, and nobody waits for that.
-    if (GetThreadId(ending.thread.Get()) != GetCurrentThreadId()) {
+    if (ending.stop->watchThread != GetCurrentThreadId()) {
         WaitForSingleObject(ending.thread.Get(), INFINITE);
     }
 }
 
-void KeyWatch::Watch(HANDLE stop) const
+void KeyWatch::Watch(StopSignal& stop) const
 {
+    stop.watchThread = GetCurrentThreadId();
     bool last = prov_has_fido_device() != 0;
-    while (WaitForSingleObject(stop, kPollMs) == WAIT_TIMEOUT) {
+    while (stop.PassesPoll()) {
         ReportDomainProbe(probes_, slot_, fields_, status_);
         const bool now = prov_has_fido_device() != 0;
         if (now != last) {

@@ -47,13 +47,14 @@ class KeyWatch {
     bool Runs() const;
 
  private:
+    struct StopSignal;
     struct Running {
         UniqueKernelObject thread;
-        // Manual-reset. Shared with the thread, which waits for it until its own end.
-        std::shared_ptr<const UniqueKernelObject> stop;
+        // Shared with the thread, which waits for it until its own end.
+        std::shared_ptr<StopSignal> stop;
     };
 
-    void Watch(HANDLE stop) const;
+    void Watch(StopSignal& stop) const;
     void OnPresenceChanged(bool present) const;
 
     const Lock& lock_;

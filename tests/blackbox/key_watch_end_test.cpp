@@ -50,6 +50,12 @@ DWORD WINAPI PollWhenJoined(HANDLE handle, DWORD limitMs)
     return WaitForSingleObject(handle, limitMs);
 }
 
+BOOL WINAPI FailToSet(HANDLE)
+{
+    SetLastError(ERROR_INVALID_HANDLE);
+    return FALSE;
+}
+
 struct Signals {
     Signals()
         : reachedEvent(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
@@ -95,6 +101,18 @@ TEST_CASE("A watch whose wait fails ends, and its tile with whoever lets it go")
     REQUIRE(WaitForSingleObject(reached, 10'000) == WAIT_OBJECT_0);
     tile = {};
     CHECK(stage.Module().CanUnloadNow() == S_OK);
+    CHECK(stage.threads.JoinFrom(0));
+}
+
+TEST_CASE("A watch whose event cannot be set ends with its poll")
+{
+    const Signals signals;
+    Stage stage;
+    const ImportPatch wait(stage.Module().Handle(), "WaitForSingleObject", &PollWhenJoined);
+    const ImportPatch set(stage.Module().Handle(), "SetEvent", &FailToSet);
+    stage.Select();
+    REQUIRE(WaitForSingleObject(reached, 10'000) == WAIT_OBJECT_0);
+    stage.Deselect();
     CHECK(stage.threads.JoinFrom(0));
 }
 
