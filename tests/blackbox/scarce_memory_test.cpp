@@ -8,9 +8,11 @@
 
 using kelvor::ComRef;
 using kelvor::simulator::ImportPatch;
+using kelvor::test::FakeCredential;
 using kelvor::test::FakeUserArray;
 using kelvor::test::ModuleUnderTest;
 using kelvor::test::Stage;
+using kelvor::test::StageOptions;
 using kelvor::test::User;
 
 namespace {
@@ -23,6 +25,26 @@ std::atomic<long> allocationsUntilFailure{-1};  // negative: none fails
 void* AllocateUnlessScarce(std::size_t sizeBytes)
 {
     return allocationsUntilFailure-- == 0 ? nullptr : std::malloc(sizeBytes);
+}
+
+constexpr const wchar_t* kLowOnMemory =
+    L"Sign-in failed: this PC is low on memory — restart it and try again";
+
+DWORD logonUiThread = 0;
+
+void* AllocateForLogonUiAlone(std::size_t sizeBytes)
+{
+    return GetCurrentThreadId() == logonUiThread ? std::malloc(sizeBytes) : nullptr;
+}
+
+// Measures a text but does not convert it.
+int MeasureOnly(UINT codePage, DWORD flags, LPCSTR text, int sizeBytes, LPWSTR wide, int capacity)
+{
+    if (wide == nullptr) {
+        return MultiByteToWideChar(codePage, flags, text, sizeBytes, wide, capacity);
+    }
+    SetLastError(ERROR_NO_UNICODE_TRANSLATION);
+    return 0;
 }
 
 // Lets one allocation of the module fail.
@@ -112,4 +134,64 @@ TEST_CASE("Wherever memory ends while the tiles are built, LogonUI gets those th
     CHECK(users->References() == 1);
     CHECK(FakeUserArray::LivingUsers() == 0);
     CHECK(stage.Module().CanUnloadNow() == S_OK);
+}
+
+TEST_CASE("A sign-in that gets no memory at all is refused and says so")
+{
+    Stage stage;
+    stage.TypePin();
+    stage.WaitForProbe();
+    logonUiThread = GetCurrentThreadId();
+    const ImportPatch patch(stage.Module().Handle(), "malloc", &AllocateForLogonUiAlone);
+    stage.SignIn();
+    CHECK(stage.Status() == kLowOnMemory);
+}
+
+TEST_CASE("A text of the service that cannot be converted is not taken for an empty one")
+{
+    Stage stage;
+    const ImportPatch patch(stage.Module().Handle(), "MultiByteToWideChar", &MeasureOnly);
+    stage.SignIn();
+    CHECK(stage.Status() == kLowOnMemory);
+    CHECK(stage.key.Taps().empty());
+}
+
+TEST_CASE("A disarm without memory is noted, and what LSA said is shown")
+{
+    Stage stage;
+    stage.SignIn();
+    stage.Collect();
+    const ScarceMemory memory(stage.Module());
+    allocationsUntilFailure = 0;
+    stage.Report(static_cast<LONG>(0xC000005E));
+    CHECK(stage.log.Has("WARN",
+                        "softcardctl: disarm did not reach the card service (this PC is low on "
+                        "memory) - the sign gate will close on its own idle timeout instead."));
+    CHECK(stage.Status().starts_with(L"No domain controller could be reached."));
+}
+
+TEST_CASE("A picker without memory leaves the PIN in its place")
+{
+    constexpr long kPlenty = 1'000'000;
+    constexpr long kOfPicker = 8;  // the last allocations of a sign-in that ends with it
+    StageOptions options;
+    options.otherUser = true;
+    Stage stage(options);
+    stage.key.SetCredentials({FakeCredential{}, FakeCredential{}});
+    stage.TypePin();
+    const ScarceMemory memory(stage.Module());
+    allocationsUntilFailure = kPlenty;
+    stage.SignIn();
+    const long used = kPlenty - allocationsUntilFailure.exchange(-1);
+    for (long failing = used - kOfPicker; failing <= used; ++failing) {
+        stage.Deselect();
+        stage.TypePin();
+        allocationsUntilFailure = failing;
+        stage.SignIn();
+        allocationsUntilFailure = -1;
+        const auto& screen = stage.TheTile().Events();
+        const bool choice =
+            screen.State(3) == CPFS_DISPLAY_IN_SELECTED_TILE && screen.ComboItems().size() == 2;
+        CHECK(choice != (screen.State(2) == CPFS_DISPLAY_IN_SELECTED_TILE));
+    }
 }
