@@ -53,6 +53,13 @@ std::vector<Import> ListImports(HMODULE module)
     return imports;
 }
 
+void* ReplaceImport(const Import& import, void* replacement)
+{
+    void* const previous = *import.slot;
+    WriteSlot(import.slot, replacement);
+    return previous;
+}
+
 ImportPatch::ImportPatch(HMODULE module, const char* function, void* replacement)
     : slot_(nullptr), original_(nullptr)
 {

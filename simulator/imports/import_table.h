@@ -17,6 +17,10 @@ struct Import {
 // Every import of a loaded 64-bit module, in the order of its import directory.
 std::vector<Import> ListImports(HMODULE module);
 
+// Replaces one imported function, for as long as the module is loaded. Returns what stood there.
+// Throws std::runtime_error when the import table cannot be written.
+void* ReplaceImport(const Import& import, void* replacement);
+
 // Replaces one imported function of a loaded module until the object dies. Only calls made by
 // that module are diverted. Throws std::runtime_error naming the function when it is not imported.
 class ImportPatch {

@@ -42,8 +42,11 @@ bool Give(const void* data, std::size_t size, void* buffer, std::size_t* bufferS
     return true;
 }
 
-// CTAP1_ERR_INVALID_PARAMETER of the CTAP2 status codes.
+// CTAP1_ERR_INVALID_PARAMETER, CTAP2_ERR_PIN_INVALID and CTAP2_ERR_PIN_REQUIRED of the CTAP2 status
+// codes.
 constexpr int kInvalidParameter = 0x02;
+constexpr int kPinInvalid = 0x31;
+constexpr int kPinRequired = 0x36;
 
 }  // namespace
 
@@ -84,6 +87,9 @@ struct FakeKeyEntry {
         return self.lock_.With([&] {
             if (self.beginCode_ != 0) {
                 return self.beginCode_;
+            }
+            if (self.verifiesPin_ && !self.taps_.back().pinRight) {
+                return self.taps_.back().pinGiven ? kPinInvalid : kPinRequired;
             }
             *handle = new char;
             self.handles_.push_back(*handle);

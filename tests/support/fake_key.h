@@ -63,6 +63,8 @@ class FakeKey {
     void SetErrorText(int code, std::optional<std::string> text);
     // The PIN that counts as right; only a masked copy is kept.
     void SetPin(std::string_view pin);
+    // From now on the key answers another PIN than the right one, and none, as such.
+    void SetVerifiesPin() { verifiesPin_ = true; }
     // Makes the touch wait until Touch is called or the object dies.
     void HoldTouch();
     void Touch();
@@ -96,6 +98,7 @@ class FakeKey {
     std::vector<FakeCredential> credentials_;
     std::map<int, std::optional<std::string>> errorTexts_;
     std::string maskedPin_;
+    std::atomic<bool> verifiesPin_{false};
     std::vector<TapRequest> taps_;
     std::vector<void*> handles_;
     std::size_t strayFrees_ = 0;

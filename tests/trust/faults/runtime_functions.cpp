@@ -1,0 +1,58 @@
+// The C runtime: memory, the log's file and its text.
+#include <cstdarg>
+#include <cstdio>
+
+#include "trust/faults/import_tables.h"
+
+namespace kelvor::trust {
+namespace {
+
+void AddMemory(Fallibles& all)
+{
+    using Malloc = FallibleFunction<"malloc", void*(std::size_t)>::Way;
+    Add<"malloc", void*(std::size_t)>(
+        all, Area::kMemory,
+        {{"no memory", nullptr}, Malloc("no memory from then on", nullptr).ForGood()});
+}
+
+void AddLogText(Fallibles& all)
+{
+    Add<"_configthreadlocale", int(int)>(all, Area::kSideIssue, {{"-1", -1}});
+    Add<"setlocale", char*(int, const char*)>(all, Area::kSideIssue, {{"no such locale", nullptr}});
+    Add<"_wfopen", std::FILE*(const wchar_t*, const wchar_t*)>(
+        all, Area::kSideIssue,
+        {{"ERROR_ACCESS_DENIED", nullptr, ERROR_ACCESS_DENIED},
+         {"ERROR_DISK_FULL", nullptr, ERROR_DISK_FULL}});
+    Add<"fclose", int(std::FILE*)>(all, Area::kSideIssue, {{"EOF", kCarriedOut, EOF}});
+    Add<"fputc", int(int, std::FILE*)>(all, Area::kSideIssue, {{"EOF", EOF}});
+    Add<"wcrtomb", std::size_t(char*, wchar_t, void*)>(all, Area::kSideIssue,
+                                                       {{"EILSEQ", static_cast<std::size_t>(-1)}});
+}
+
+}  // namespace
+
+void AddRuntimeFunctions(Fallibles& all)
+{
+    AddMemory(all);
+    AddLogText(all);
+}
+
+const Fallibles& FallibleFunctions()
+{
+    static const Fallibles all = [] {
+        Fallibles functions;
+        AddThreadFunctions(functions);
+        AddFileFunctions(functions);
+        AddTextFunctions(functions);
+        AddSettingsFunctions(functions);
+        AddCardFunctions(functions);
+        AddDomainFunctions(functions);
+        AddKeyFunctions(functions);
+        AddScreenFunctions(functions);
+        AddRuntimeFunctions(functions);
+        return functions;
+    }();
+    return all;
+}
+
+}  // namespace kelvor::trust
