@@ -1,5 +1,7 @@
 #include "cardsvc/answer_reader.h"
 
+#include <algorithm>
+
 #include "cardsvc/json_codec.h"
 #include "cardsvc/utf_text.h"
 
@@ -35,6 +37,7 @@ bool ReadFlag(std::string_view object, std::string_view key)
 std::wstring RefusalReason(std::string_view answer, const wchar_t* defaultText)
 {
     std::wstring reason = ReadWideText(answer, "error");
+    reason.resize(std::min(reason.find(L'\0'), reason.size()));  // nobody would be shown the rest
     return reason.empty() ? defaultText : reason;
 }
 

@@ -60,3 +60,9 @@ TEST_CASE("A refusal gives the service's words before the default ones")
     CHECK((RefusalReason(R"({"error":5})", L"default") == L"default"));
     CHECK((RefusalReason(R"({"ok":false})", L"default") == L"default"));
 }
+
+TEST_CASE("The words of a refusal end at a zero character")
+{
+    CHECK((RefusalReason(R"({"error":"no licence\u0000 at all"})", L"default") == L"no licence"));
+    CHECK((RefusalReason(R"({"error":"\u0000no licence"})", L"default") == L"default"));
+}
