@@ -68,6 +68,19 @@ bool WriteAll(HANDLE pipe, const std::string& bytes)
     return true;
 }
 
+bool WritePieces(HANDLE pipe, const Reply& reply)
+{
+    for (std::size_t piece = 0; piece <= reply.pieces.size(); ++piece) {
+        if (reply.before) {
+            reply.before(piece);
+        }
+        if (piece < reply.pieces.size() && !WriteAll(pipe, reply.pieces[piece])) {
+            return false;
+        }
+    }
+    return true;
+}
+
 // Reads up to the line feed, which is not kept. False when the client leaves first.
 bool ReadRequest(HANDLE pipe, std::string& request)
 {
@@ -342,8 +355,7 @@ void FakeCardService::Answer(HANDLE pipe, const Reply& reply)
     if (reply.stops) {
         Stop();  // before the answer, so that the client's next request finds nobody
     }
-    const bool written = std::ranges::all_of(
-        reply.pieces, [&](const std::string& piece) { return WriteAll(pipe, piece); });
+    const bool written = WritePieces(pipe, reply);
     char more = 0;
     DWORD read = 0;
     if (written && !reply.hangsUp) {
@@ -356,6 +368,9 @@ Reply FakeCardService::Take(std::string& request)
     return lock_.With([&] {
         const std::string command = CommandOf(request);
         commands_.push_back(command);
+        if (onRequest_) {
+            onRequest_(request);
+        }
         if (keepsRequests_) {
             requests_.push_back(request);
         }

@@ -3,9 +3,11 @@
 #include <windows.h>
 
 #include <atomic>
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "handle.h"
@@ -20,6 +22,8 @@ struct Reply {
     bool staysSilent = false;         // holds the connection open until the client leaves it
     bool stops = false;               // the service takes no new client from before the pieces on
     bool waits = false;               // does all this only after Proceed
+    // Runs on the service's thread before each piece, with its number, and once behind the last.
+    std::function<void(std::size_t)> before;
 
     // One answer line; the line feed is added.
     static Reply Line(std::string json);

@@ -82,6 +82,8 @@ class PipeRoom {
     simulator::CallBook& Calls() noexcept { return calls_; }
     // The next CreateFileW calls fail with these codes, one after another.
     void FailOpens(std::vector<DWORD> codes);
+    // How many bytes of an answer the module has asked for since it last opened the pipe.
+    std::size_t ReadsOfLastOpen() const;
     // Pipe handles that the module opened and did not close.
     std::size_t Outstanding() const;
     // The limits of its writes so far, in milliseconds.

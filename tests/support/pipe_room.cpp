@@ -174,6 +174,15 @@ void PipeRoom::EndWritesAtOnce()
     lock_.With([&] { writesEndAtOnce_ = true; });
 }
 
+std::size_t PipeRoom::ReadsOfLastOpen() const
+{
+    std::size_t reads = 0;
+    for (const simulator::Call& call : calls_.Calls()) {
+        reads = call.function == "CreateFileW" ? 0 : reads + (call.function == "ReadFile" ? 1 : 0);
+    }
+    return reads;
+}
+
 std::size_t PipeRoom::Outstanding() const
 {
     return lock_.With([&] { return open_.size(); });
