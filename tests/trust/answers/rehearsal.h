@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "blackbox/secret_stage.h"
+#include "support/secret_stage.h"
 #include "support/stage.h"
 #include "trust/answers/card_answers.h"
 #include "trust/answers/foresight.h"
