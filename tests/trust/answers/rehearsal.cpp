@@ -2,6 +2,10 @@
 
 #include <algorithm>
 
+#include <doctest.h>
+
+#include "support/readable_failures.h"
+
 namespace kelvor::trust {
 namespace {
 
@@ -227,7 +231,8 @@ std::string Rehearsal::TakeLog()
     const std::string log = stage_->log.Bytes();
     stage_->log.Forget();
     std::vector<std::string> places;
-    search_.Look(reinterpret_cast<const unsigned char*>(log.data()), log.size(), places);
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(log.data());
+    search_.Look(bytes, log.size(), places, bytes);
     Expect(places.empty(), "the log holds " + Joined(places));
     ++tally_.logsSearched;
     return log;

@@ -1,7 +1,8 @@
 // LogonUI at its worst, and everybody else with it: seeded sequences of anything that may happen,
 // in any order, with the module's threads running.
-#include <array>
-#include <memory>
+#include <windows.h>
+
+#include <cstdio>
 #include <string>
 
 #include <doctest.h>
@@ -21,6 +22,7 @@ namespace {
 
 constexpr std::size_t kShortCount = 500;
 constexpr std::size_t kMostShrinkTries = 300;
+constexpr ULONGLONG kMostShrinkMs = 60'000;
 constexpr std::size_t kMostFailed = 3;  // what comes after is the same, as a rule
 constexpr const wchar_t* kModule = L"KelvorFidoAdLogonCredentialProvider.dll";
 
@@ -43,7 +45,7 @@ std::vector<std::string> Play(const Sequence& sequence, std::uint64_t index)
         World world(sequence, IsPatient(index));
         world.SetOnStep([&](const char* name) {
             if (TheOptions().replay) {
-                MESSAGE(name);
+                MESSAGE(std::string(name));
             }
             hangs.Hear(name);
         });
@@ -72,6 +74,19 @@ std::string HowToReplay(std::uint64_t index)
 {
     return "kelvor_trust_sequences --seed " + std::to_string(TheOptions().seed) + " --replay " +
            std::to_string(index);
+}
+
+// What fails may hang, too: whoever reads this knows at once which sequence it is.
+void ShowSmallest(const Sequence& whole, std::uint64_t index)
+{
+    std::printf("%s fails; its smallest part is looked for\n", HowToReplay(index).c_str());
+    std::fflush(stdout);
+    const ULONGLONG giveUpAt = GetTickCount64() + kMostShrinkMs;
+    const auto stillFails = [&](const Places& fewer) {
+        return GetTickCount64() < giveUpAt && PartFails(index, fewer);
+    };
+    const Places smallest = Shrink(whole.size(), stillFails, kMostShrinkTries);
+    MESSAGE("the smallest sequence that was found to fail:\n", TextOf(PartOf(whole, smallest)));
 }
 
 void ReportWaits()
@@ -105,10 +120,7 @@ TEST_CASE(
         steps += whole.size();
         if (FailureCount() != failuresBefore && !part) {
             ++failed;
-            const Places smallest = Shrink(
-                whole.size(), [&](const Places& fewer) { return PartFails(index, fewer); },
-                kMostShrinkTries);
-            MESSAGE("the smallest sequence that fails so:\n", TextOf(PartOf(whole, smallest)));
+            ShowSmallest(whole, index);
         }
     }
     CHECK(LogonUiWaits::Unprescribed() == std::vector<std::string>());
