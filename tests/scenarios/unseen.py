@@ -19,6 +19,7 @@ UNSEEN = {
     "(no name)": LOG,
     " (newly set up)": LOG,
     "the service loaded": LOG,
+    "this PC is low on memory": LOG,
     "NT AUTHORITY": NAME,
     "Microsoft Base Smart Card Crypto Provider": NAME,
     "Kelvor Virtual Smart Card Reader": NAME,

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <memory>
 
+#include "support/task_memory.h"
 #include "trust/faults/handle_book.h"
 #include "trust/faults/import_tables.h"
 #include "trust/faults/interposer.h"
 #include "trust/faults/memory_book.h"
 #include "trust/faults/sentinel.h"
-#include "trust/faults/task_memory_spy.h"
 
 namespace kelvor::trust {
 namespace {
@@ -80,8 +80,7 @@ RunRecord WalkOnStage(const Road& road, std::optional<Fault> fault)
 
 RunRecord Run(std::size_t road, std::optional<Fault> fault)
 {
-    TaskMemorySpy::Watch();
-    const std::size_t taskBlocks = TaskMemorySpy::Outstanding();
+    const test::TaskMemoryBook taskMemory;
     RunRecord record = WalkOnStage(Roads().at(road), fault);
     if (GetModuleHandleW(L"KelvorFidoAdLogonCredentialProvider.dll") != nullptr) {
         record.complaints.emplace_back("the module stays loaded");
@@ -94,9 +93,8 @@ RunRecord Run(std::size_t road, std::optional<Fault> fault)
         record.complaints.push_back(std::to_string(HandleBook::Outstanding()) +
                                     " handles were not closed");
     }
-    if (TaskMemorySpy::Outstanding() > taskBlocks) {
-        record.complaints.push_back(std::to_string(TaskMemorySpy::Outstanding() - taskBlocks) +
-                                    " blocks of COM task memory were not freed");
+    for (const std::string& block : taskMemory.Left()) {
+        record.complaints.push_back("COM task memory was not freed: " + block);
     }
     return record;
 }

@@ -25,8 +25,8 @@ void AddLogText(Fallibles& all)
          {"ERROR_DISK_FULL", nullptr, ERROR_DISK_FULL}});
     Add<"fclose", int(std::FILE*)>(all, Area::kSideIssue, {{"EOF", kCarriedOut, EOF}});
     Add<"fputc", int(int, std::FILE*)>(all, Area::kSideIssue, {{"EOF", EOF}});
-    Add<"wcrtomb", std::size_t(char*, wchar_t, void*)>(all, Area::kSideIssue,
-                                                       {{"EILSEQ", static_cast<std::size_t>(-1)}});
+    Add<"fwrite", std::size_t(const void*, std::size_t, std::size_t, std::FILE*)>(
+        all, Area::kSideIssue, {{"nothing written", std::size_t{0}}});
 }
 
 }  // namespace

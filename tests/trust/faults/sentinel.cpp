@@ -91,13 +91,13 @@ DWORD WINAPI WatchRuns(void*)
 
 void Sentinel::Post()
 {
-    SetUnhandledExceptionFilter(&OnException);
     static const HANDLE thread = CreateThread(nullptr, 0, &WatchRuns, nullptr, 0, nullptr);
     static_cast<void>(thread);
 }
 
 void Sentinel::Guard(HMODULE module)
 {
+    SetUnhandledExceptionFilter(&OnException);  // the stage has put its own in its place
     for (const simulator::Import& import : simulator::ListImports(module)) {
         const auto listed = UnfailingFunctions();
         const auto row = std::ranges::find(listed, import.function, &Unfailing::name);

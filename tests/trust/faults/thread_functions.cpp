@@ -41,8 +41,6 @@ void AddThreadFunctions(Fallibles& all)
         {{"ERROR_ACCESS_DENIED", nullptr, ERROR_ACCESS_DENIED},
          {"ERROR_INVALID_HANDLE", nullptr, ERROR_INVALID_HANDLE}});
     // Of the runtime's lock on the first use of a function's static objects.
-    Add<"CreateSemaphoreW", decltype(CreateSemaphoreW)>(
-        all, Area::kSideIssue, {{"ERROR_NOT_ENOUGH_MEMORY", nullptr, ERROR_NOT_ENOUGH_MEMORY}});
     Add<"ReleaseMutex", decltype(ReleaseMutex)>(
         all, Area::kSideIssue, {{"ERROR_NOT_OWNER", kCarriedOut, FALSE, ERROR_NOT_OWNER}});
     Add<"CloseHandle", decltype(CloseHandle)>(

@@ -33,7 +33,7 @@ struct Header {
 };
 
 // Addresses of what was freed last: they stay reserved, so that nothing new is put there.
-constexpr std::size_t kGraves = 32'768;
+constexpr std::size_t kGraves = 4'096;
 std::array<std::atomic<void*>, kGraves> graves;
 std::atomic<std::size_t> nextGrave{0};
 

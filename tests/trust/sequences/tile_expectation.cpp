@@ -40,6 +40,13 @@ void PhaseExpectation::WorkerEnded()
     }
 }
 
+void PhaseExpectation::WorkerRuns()
+{
+    if (MayBe(kInFlight)) {
+        BecomeUnknown();
+    }
+}
+
 void PhaseExpectation::Collected(const char* how)
 {
     Saw(kCompleted, how);

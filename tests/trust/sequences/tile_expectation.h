@@ -44,6 +44,8 @@ class PhaseExpectation {
     void Began(const char* how);
     // No worker of the tile lives any more.
     void WorkerEnded();
+    // The worker goes on by itself: a sign-in that may be in flight may soon be anywhere.
+    void WorkerRuns();
     // The worker is held in the middle of its sign-in.
     void WorkerHeld() { Saw(kInFlight, "its worker is held"); }
     void Collected(const char* how);

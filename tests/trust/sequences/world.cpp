@@ -246,6 +246,8 @@ void World::LookAtPhase(HeldTile& held)
         held.phase.WorkerEnded();
     } else if (patient_) {
         held.phase.WorkerHeld();
+    } else {
+        held.phase.WorkerRuns();
     }
 }
 
