@@ -156,7 +156,7 @@ TEST_CASE("A reader's name of half characters is taken as it is and logged as we
 
 TEST_CASE("A list of readers that lacks its last zeros ends with its memory")
 {
-    for (const std::size_t zeros : {0, 1}) {
+    for (const auto zeros : {std::size_t{0}, std::size_t{1}}) {
         CAPTURE(zeros);
         Stage stage;
         const ListAtTheEndOfMemory list(stage, "SCardListReadersW",
@@ -168,7 +168,7 @@ TEST_CASE("A list of readers that lacks its last zeros ends with its memory")
 
 TEST_CASE("A list of readers that lacks its last zeros and names none of ours holds none")
 {
-    for (const std::size_t zeros : {0, 1}) {
+    for (const auto zeros : {std::size_t{0}, std::size_t{1}}) {
         CAPTURE(zeros);
         Stage stage;
         const ListAtTheEndOfMemory list(stage, "SCardListReadersW",
@@ -188,7 +188,7 @@ TEST_CASE("A list of readers without a character holds none")
 
 TEST_CASE("A list of card names that lacks its last zeros ends with its memory")
 {
-    for (const std::size_t zeros : {0, 1}) {
+    for (const auto zeros : {std::size_t{0}, std::size_t{1}}) {
         CAPTURE(zeros);
         Stage stage;
         const ListAtTheEndOfMemory list(stage, "SCardListCardsW", Terminated(L"Card", zeros));

@@ -189,7 +189,7 @@ TEST_CASE("A service that answers and does not read is given up for not reading"
 
 TEST_CASE("A pipe that only takes or only gives cannot be opened")
 {
-    for (const DWORD access : {PIPE_ACCESS_INBOUND, PIPE_ACCESS_OUTBOUND}) {
+    for (const DWORD access : {DWORD{PIPE_ACCESS_INBOUND}, DWORD{PIPE_ACCESS_OUTBOUND}}) {
         CAPTURE(access);
         TakenOver stage;
         const OddService odd(

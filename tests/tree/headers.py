@@ -18,7 +18,7 @@ FLAGS = ["-std=c++20", "-fsyntax-only", "-Wall", "-Wextra", "-Wpedantic", "-Wcon
          "-Itests/support"]
 
 # Where sources are compiled without a precompiled header.
-BUILT_ALONE = ("src/", "admin/tool/", "simulator/", "tests/support/")
+BUILT_ALONE = ("src/", "admin/", "simulator/", "tests/support/", "tests/trust/")
 
 
 def is_proved_by_the_build(header):

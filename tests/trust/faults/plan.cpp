@@ -56,7 +56,7 @@ std::vector<Fault> AllFaults(const std::vector<RunRecord>& undisturbed, std::uin
         return std::pair(Random(seed, fault.Number()).Next(), fault.Number());
     });
     std::set<std::pair<std::size_t, std::size_t>> seen;
-    std::ranges::stable_partition(faults, [&](const Fault& fault) {
+    std::stable_partition(faults.begin(), faults.end(), [&](const Fault& fault) {
         return seen.insert({fault.function, fault.way}).second;
     });
     return faults;
