@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """program_test.py PROGRAM: the administrator's tool as it is shipped, run as an administrator would.
 
-Runs below scripts/under_wine, on a Wine prefix without anything of the sign-in: `check` finds what is
-missing and changes nothing.
+Runs in the prefix of the installer's tests, in which nothing of the sign-in is left when none of them
+runs: `check` finds what is missing and changes nothing.
 """
 import json
 import os
@@ -21,7 +21,7 @@ problems = []
 
 
 def run(*words):
-    result = subprocess.run([UNDER_WINE, sys.argv[1], *words], stdout=subprocess.PIPE,
+    result = subprocess.run([UNDER_WINE, "--in", "package", sys.argv[1], *words], stdout=subprocess.PIPE,
                             stderr=subprocess.PIPE, timeout=120)
     return result.returncode, result.stdout.decode(), result.stderr.decode()
 

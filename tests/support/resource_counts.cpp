@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 #include <doctest.h>
 
@@ -186,16 +187,27 @@ void CountGdiObjects(ResourceCounts& counts)
     }
 }
 
-void CountWindows(ResourceCounts& counts)
+int WindowsSeen()
 {
+    int windows = 0;
     for (const HWND parent : {static_cast<HWND>(nullptr), HWND_MESSAGE}) {
         HWND window = nullptr;
         while ((window = FindWindowExW(parent, window, nullptr, nullptr)) != nullptr) {
             DWORD owner = 0;
             GetWindowThreadProcessId(window, &owner);
-            counts["window"] += owner == GetCurrentProcessId() ? 1 : 0;
+            windows += owner == GetCurrentProcessId() ? 1 : 0;
         }
     }
+    return windows;
+}
+
+// A look ends early when another process closes the window that it has come to.
+void CountWindows(ResourceCounts& counts)
+{
+    int seen = WindowsSeen();
+    while (std::exchange(seen, WindowsSeen()) != seen) {
+    }
+    counts["window"] = seen;
 }
 
 // What the system opens with the first object that has a name, and this program's own runtime with

@@ -1,5 +1,9 @@
 #!/usr/bin/env python3
-"""reproducible.py MODULE: the same tree, built in another folder, gives the same bytes."""
+"""reproducible.py BUILD [--whole]: the same tree, built in another folder, gives the same bytes.
+
+BUILD is the build's folder here. Compares one object in so many of the module, from every folder of
+src/; with --whole the module itself, all of which is then compiled.
+"""
 import hashlib
 import os
 import shutil
@@ -10,6 +14,7 @@ import tempfile
 import tree
 
 NAME = "KelvorFidoAdLogonCredentialProvider"
+OBJECTS = "src/CMakeFiles/kelvor_objects.dir"
 
 
 def copy_tree(target):
@@ -30,12 +35,22 @@ def digest(path):
         return hashlib.sha256(file.read()).hexdigest()
 
 
+def compared():
+    """Files of the build: the first source of every folder, or the module."""
+    if sys.argv[2:] == ["--whole"]:
+        return [f"bin/{NAME}.dll"]
+    firsts = {}
+    for source in tree.files(r"\.cpp$", below="src/"):
+        firsts.setdefault(os.path.dirname(source), source)
+    return [f"{OBJECTS}/{os.path.relpath(source, 'src')}.obj" for source in firsts.values()]
+
+
 with tempfile.TemporaryDirectory(prefix="a folder elsewhere ") as elsewhere:
     copy_tree(elsewhere)
     run(["cmake", "--preset", "mingw"], elsewhere)
-    run(["cmake", "--build", "build/mingw", "--parallel", str(os.cpu_count()), "--target", NAME],
-        elsewhere)
-    first = digest(sys.argv[1])
-    second = digest(os.path.join(elsewhere, "build", "mingw", "bin", NAME + ".dll"))
-tree.finish([] if first == second else [f"SHA-256 {first} here, {second} elsewhere"],
-            "Something in the build depends on the folder, the time or the process.")
+    run(["cmake", "--build", "build/mingw", "--parallel", str(os.cpu_count()), "--target",
+         *(NAME if path.startswith("bin/") else path for path in compared())], elsewhere)
+    problems = [f"{path}: other bytes there" for path in compared()
+                if digest(os.path.join(sys.argv[1], path)) !=
+                digest(os.path.join(elsewhere, "build", "mingw", path))]
+tree.finish(problems, "Something in the build depends on the folder, the time or the process.")

@@ -11,10 +11,11 @@ import tree  # noqa: E402
 PAGE = "docs/trust.md"
 HEAD = """# Trust
 
-Each line is a claim, the figure that the last full run gave for it, and the seed of its random
+Each line is a claim, the figure that the last run gave for it, and the seed of its random
 numbers. The command below a title proves it again; `./run trust` runs all of them, `./run trust
 --minutes N` as much as fits into the time. What ctest runs on every change is the short form of the
-same programs. The figures are written by the runs, into `docs/trust/`; nobody types them.
+same programs. The figures are written by the runs, into `docs/trust/`; nobody types them. A run that
+was bounded shows fewer tries than the whole form has; its minutes stand beside its date.
 """
 
 

@@ -2,6 +2,7 @@
 """trust.py [--minutes N] [--seed N] [SECTION...]: the long form of what is proved of the module.
 
   --minutes N  ends after about that time; the figures then go to build/trust only
+  --keep       writes the figures of a bounded run to docs/trust all the same
   --seed N     the seed of all random numbers, 1 when it is left out
   --list       the sections and what they do
 
@@ -26,6 +27,7 @@ def arguments():
     parser = argparse.ArgumentParser(prog="./run trust", add_help=False)
     parser.add_argument("--minutes", type=int)
     parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--keep", action="store_true")
     parser.add_argument("--list", action="store_true")
     parser.add_argument("-h", "--help", action="store_true")
     parser.add_argument("sections", nargs="*", metavar="SECTION")
@@ -83,12 +85,12 @@ def main():
         limit = max(1, given.minutes * section.share // whole) if given.minutes else None
         if not run(section, given, limit, folder):
             failed.append(section.name)
-        elif not given.minutes:
+        elif given.keep or not given.minutes:
             name = section.name + ".jsonl"
             os.replace(os.path.join(folder, name), os.path.join(tree.ROOT, "docs", "trust", name))
             page.write(os.path.join(tree.ROOT, "docs", "trust"),
                        os.path.join(tree.ROOT, page.PAGE))
-    if given.minutes:
+    if given.minutes and not given.keep:
         page.write(folder, os.path.join(folder, "trust.md"))
         print("\nThe figures stand in build/trust/trust.md.")
     print(f"\n{len(chosen) - len(failed)} of {len(chosen)} sections held"
