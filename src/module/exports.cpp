@@ -8,7 +8,7 @@
 
 #ifdef __GLIBCXX__
 namespace __gnu_cxx {
-void __freeres();
+void __freeres();  // NOLINT(readability-identifier-naming): the runtime's name.
 }
 #endif
 

@@ -24,14 +24,14 @@ std::wstring QueryPcName()
 
 // Not inside the function: the runtime guards the statics of functions with a semaphore that it
 // does not close when the module is unloaded.
-const Lock pcNameLock;
+const Lock kPcNameLock;
 std::optional<std::wstring> pcName;  // set once, then never again
 
 }  // namespace
 
 const std::wstring& ThisPcName()
 {
-    return pcNameLock.With([]() -> const std::wstring& {
+    return kPcNameLock.With([]() -> const std::wstring& {
         if (!pcName) {
             pcName = QueryPcName();
         }

@@ -44,14 +44,14 @@ HRESULT ReadUser(ICredentialProviderUserArray* users, DWORD index, ListedUser& l
 
 // Not inside the function: the runtime guards the statics of functions with a semaphore that it
 // does not close when the module is unloaded.
-const Lock skippedLock;
+const Lock kSkippedLock;
 std::optional<std::wstring> lastSkippedDomain;
 
 // A list full of accounts of one domain that is not served says so once.
 void LogSkipped(std::wstring_view name)
 {
     const std::wstring domain(DomainOf(name));
-    const bool news = skippedLock.With([&] {
+    const bool news = kSkippedLock.With([&] {
         const bool changed =
             !lastSkippedDomain || _wcsicmp(domain.c_str(), lastSkippedDomain->c_str()) != 0;
         lastSkippedDomain = domain;
