@@ -20,6 +20,11 @@ POLICIES = ("KelvorFidoAdLogon.admx", "en-US/KelvorFidoAdLogon.adml")
 DOCS = ("accessibility", "deployment", "limits", "recovery", "settings", "troubleshooting")
 # An attribute of a component (Windows Installer's Component table).
 PERMANENT = 16
+# Names of eight letters for folders whose own name is longer.
+SHORT_FOLDERS = {"ProductFolder": "FIDOAD~1", "DataFolder": "KELVOR~1"}
+# Who may do what in the log's folders: SYSTEM and Administrators everything, nobody else anything,
+# whatever the folder above says. Administrators own them, also where somebody else had made them.
+CLOSED = "O:BAG:SYD:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)"
 
 
 def run(command, **options):
@@ -89,12 +94,23 @@ def edit_table(msi, folder, table, edit):
     run(["msibuild", msi, "-i", path])
 
 
+def close_log_folders(msi, folder):
+    rows = "".join(f"{name}Closed\t{name}\tCreateFolder\t{CLOSED}\t\r\n"
+                   for name in ("DataFolder", "LogFolder"))
+    path = os.path.join(folder, "MsiLockPermissionsEx.idt")
+    with open(path, "w", encoding="utf-8") as file:
+        file.write("MsiLockPermissionsEx\tLockObject\tTable\tSDDLText\tCondition\r\n"
+                   "s72\ts72\ts32\ts0\tS255\r\n"
+                   "MsiLockPermissionsEx\tMsiLockPermissionsEx\r\n" + rows)
+    run(["msibuild", msi, "-i", path])
+
+
 def short_name(number, name):
     return f"KELVOR{number:02}.{name.rsplit('.', 1)[1][:3].upper()}"
 
 
 def complete(msi, folder, version):
-    """A setting is written when its property is given, and stays when the product goes."""
+    """A setting is written when its property is given; settings and log stay when the product goes."""
     settings = []
 
     def component(row):
@@ -102,6 +118,7 @@ def complete(msi, folder, version):
         if kind == "Setting":
             settings.append(name.upper())
             row["Condition"] = name.upper()
+        if kind in ("Setting", "Log"):
             row["Attributes"] = str(int(row["Attributes"]) | PERMANENT)
 
     def file(row):
@@ -110,8 +127,8 @@ def complete(msi, folder, version):
             row["Version"], row["Language"] = version + ".0", "1033"
 
     def directory(row):
-        if row["Directory"] == "ProductFolder":
-            row["DefaultDir"] = "FIDOAD~1|" + row["DefaultDir"]
+        if row["Directory"] in SHORT_FOLDERS:
+            row["DefaultDir"] = SHORT_FOLDERS[row["Directory"]] + "|" + row["DefaultDir"]
 
     def property_(row):
         if row["Property"] == "SecureCustomProperties":
@@ -123,6 +140,7 @@ def complete(msi, folder, version):
     for table, edit in (("Component", component), ("File", file), ("Directory", directory),
                         ("Property", property_), ("Registry", registry)):
         edit_table(msi, folder, table, edit)
+    close_log_folders(msi, folder)
 
 
 def main():

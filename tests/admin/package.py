@@ -3,10 +3,12 @@
 
 BIN holds the programs, FOLDER the packages that the case `build` makes for the others. What a case
 finds in registry and files is compared with what was there before, but for Windows Installer's own
-books.
+books. The case `every_set` takes an hour and is not run by ctest.
 """
+import itertools
 import os
 import re
+import shutil
 import subprocess
 import sys
 
@@ -41,10 +43,17 @@ REGISTRATION = {
     (r"SOFTWARE\Microsoft\Windows\CurrentVersion\Authentication\Credential Providers"
      rf"\{CLASS}", "@", f'"{MODULE}"'),
 }
-FILES = {MODULE_FILE} | {"Program Files/Kelvor/FidoAdLogon/" + name for name in (
-    "KelvorFidoAdLogonAdmin.exe", "policies/KelvorFidoAdLogon.admx",
-    "policies/en-US/KelvorFidoAdLogon.adml", "docs/accessibility.md", "docs/deployment.md",
-    "docs/limits.md", "docs/recovery.md", "docs/settings.md", "docs/troubleshooting.md")}
+PROGRAM_LIST = r"HKLM\SOFTWARE\Microsoft\Windows\CurrentVersion\Uninstall"
+DATA_FOLDER = "ProgramData/KelvorDirectoryFidoLogon/"
+LOG_FILE = DATA_FOLDER + "Logs/CredentialProviderFido.log"
+LOG = {DATA_FOLDER, DATA_FOLDER + "Logs/", LOG_FILE}
+# Administrators own it; SYSTEM and they have full control, handed down; nothing comes from above.
+CLOSED = "O:BAG:SYD:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)"
+FILES = {MODULE_FILE, "Program Files/Kelvor/"} | {"Program Files/Kelvor/FidoAdLogon/" + name for name in (
+    "", "KelvorFidoAdLogonAdmin.exe", "policies/", "policies/KelvorFidoAdLogon.admx",
+    "policies/en-US/", "policies/en-US/KelvorFidoAdLogon.adml", "docs/", "docs/accessibility.md",
+    "docs/deployment.md", "docs/limits.md", "docs/recovery.md", "docs/settings.md",
+    "docs/troubleshooting.md")}
 
 
 def run(*command):
@@ -76,7 +85,8 @@ def msiexec(action, package, *properties):
 
 
 def registry():
-    """(key, value, data) of HKLM\\Software, without Windows Installer's books and volatile keys."""
+    """(key, value, data) of HKLM\\Software, without Windows Installer's books and the list of installed
+    programs. Each key stands there by itself, too."""
     path = os.path.join(FOLDER, "registry.reg")
     wine("reg", "export", r"HKLM\Software", windows_path(path), "/y")
     with open(path, encoding="utf-16") as file:
@@ -85,16 +95,34 @@ def registry():
     for line in text.splitlines():
         if line.startswith("["):
             key = line[1:-1].removeprefix("HKEY_LOCAL_MACHINE\\").replace("Software", "SOFTWARE", 1)
-        elif "=" in line and "\\Installer" not in key and "\\Uninstall\\" not in key:
+            name, data = "", ""
+        elif "=" in line:
             name, data = line.split("=", 1)
+        else:
+            continue
+        if "\\Installer" not in key and "\\Uninstall" not in key:
             found.add((key, name.strip('"'), data))
     return found
 
 
+def with_keys(values):
+    """The values, and the keys that they lie in."""
+    keys = {key.rsplit("\\", above)[0] for key, _, _ in values for above in range(key.count("\\"))}
+    return values | {(key, "", "") for key in keys}
+
+
+def installed_versions():
+    shown = wine("reg", "query", PROGRAM_LIST, "/s").stdout.decode()
+    return set(re.findall(r"DisplayVersion\s+REG_SZ\s+(\S+)", shown))
+
+
 def files():
-    return {os.path.relpath(os.path.join(folder, name), DRIVE)
-            for folder, _, names in os.walk(DRIVE) for name in names
-            if not folder.endswith("windows/Installer") and "/Temp" not in folder}
+    """Every file, and every folder with a slash at its end, but for Windows Installer's own."""
+    found = {os.path.relpath(os.path.join(folder, name), DRIVE) + end
+             for folder, folders, names in os.walk(DRIVE)
+             for end, some in (("/", folders), ("", names)) for name in some}
+    return {path for path in found
+            if not path.startswith("windows/Installer/") and "/Temp/" not in path}
 
 
 def snapshot():
@@ -120,8 +148,10 @@ def given(names):
     return [f"{name}={SOME[name][2]}" for name in names]
 
 
-def forget_settings():
-    wine("reg", "delete", "HKLM\\" + SETTINGS_KEY, "/f")
+def forget():
+    """What stays when the product goes: settings and log."""
+    wine("reg", "delete", "HKLM\\" + SETTINGS_KEY.rsplit("\\", 1)[0], "/f")
+    shutil.rmtree(os.path.join(DRIVE, DATA_FOLDER), ignore_errors=True)
 
 
 def install(names=(), version=VERSION):
@@ -137,23 +167,52 @@ def build():
     for version in (OLDER, VERSION, NEWER):
         must("python3", "-B", "admin/installer/build_msi.py", BIN, msi(version), "--version",
              version)
-    subprocess.run(["rm", "-rf", os.path.dirname(DRIVE)], check=True)
+    shutil.rmtree(os.path.dirname(DRIVE), ignore_errors=True)
     must("scripts/under_wine", "--prepare", PREFIX)
+
+
+def install_and_remove(names, before):
+    """Compares registry and files with those before, while it is installed and when it is gone."""
+    install(names)
+    with open(os.path.join(DRIVE, LOG_FILE), "w", encoding="ascii") as log:
+        log.write("a line of the module\n")
+    registry_now, files_now = snapshot()
+    expect(registry_now - before[0], with_keys(REGISTRATION | settings(names)) - before[0],
+           f"registry with {names}")
+    expect(files_now - before[1], FILES | LOG, f"files with {names}")
+    expect(installed_versions(), {VERSION}, "in the list of installed programs")
+    remove()
+    registry_left, files_left = snapshot()
+    expect(registry_left - before[0], with_keys(settings(names)) - before[0],
+           f"left in the registry with {names}")
+    expect(files_left - before[1], LOG, f"files left with {names}")
+    expect(installed_versions(), set(), "left in the list of installed programs")
+    expect((before[0] - registry_left) | (before[1] - files_left), set(), f"gone with {names}")
+    forget()
 
 
 def properties():
     before = snapshot()
     for names in [(), tuple(SOME)]:
-        install(names)
-        after = snapshot()
-        expect(after[0] - before[0], REGISTRATION | settings(names), f"registry with {names}")
-        expect(after[1] - before[1], FILES, f"files with {names}")
-        remove()
-        left = snapshot()
-        expect(left[0] - before[0], settings(names), f"left in the registry with {names}")
-        expect(left[1], before[1], f"files left with {names}")
-        expect(before[0] - left[0], set(), f"gone from the registry with {names}")
-        forget_settings()
+        install_and_remove(names, before)
+
+
+def every_set():
+    before = snapshot()
+    sets = [names for count in range(len(SOME) + 1) for names in itertools.combinations(SOME, count)]
+    for number, names in enumerate(sets, 1):
+        install_and_remove(names, before)
+        print(f"{number} of {len(sets)}: {' '.join(names) or 'none'}", flush=True)
+
+
+def log_folder():
+    rows = must("msiinfo", "export", msi(VERSION), "MsiLockPermissionsEx").splitlines()[3:]
+    expect({tuple(row.split("\t")[1:4]) for row in rows},
+           {(name, "CreateFolder", CLOSED) for name in ("DataFolder", "LogFolder")},
+           "who may write where the log lies")
+    rows = must("msiinfo", "export", msi(VERSION), "CreateFolder").splitlines()[3:]
+    expect({row.split("\t")[0] for row in rows}, {"CompanyFolder", "DataFolder", "LogFolder"},
+           "folders that are made")
 
 
 def each_property():
@@ -164,7 +223,7 @@ def each_property():
         wanted = f"0x{data}" if spelled.startswith("dword") else data
         expect(set(found), {(value, wanted)}, f"settings after {name}")
         remove()
-        forget_settings()
+        forget()
 
 
 def repair():
@@ -185,9 +244,7 @@ def upgrade():
     expect(after[0] - before[0], settings(["FIDOGATE"]), "new in the registry")
     expect(before[0] - after[0], set(), "gone from the registry")
     expect(after[1], before[1], "files after the upgrade")
-    listed = must("scripts/under_wine", "--in", PREFIX, "reg", "query",
-                  r"HKLM\SOFTWARE\Microsoft\Windows\CurrentVersion\Uninstall", "/s")
-    expect(set(re.findall(r"DisplayVersion\s+REG_SZ\s+(\S+)", listed)), {NEWER}, "versions listed")
+    expect(installed_versions(), {NEWER}, "versions listed")
 
 
 def downgrade():
@@ -234,12 +291,13 @@ def signature():
         must("osslsigncode", "verify", "-CAfile", name + ".pem", "-in", path)
 
 
-CASES = {case.__name__: case for case in (build, properties, each_property, repair, upgrade, downgrade,
-                                          wrong_value, logon_screen, signature)}
+CASES = {case.__name__: case for case in (
+    build, properties, every_set, each_property, log_folder, repair, upgrade, downgrade, wrong_value,
+    logon_screen, signature)}
 try:
     CASES[CASE]()
 finally:
-    if CASE not in ("build", "signature"):
+    if CASE not in ("build", "log_folder", "signature"):
         for installed in (VERSION, NEWER):
             msiexec("/x", msi(installed))
-        forget_settings()
+        forget()
