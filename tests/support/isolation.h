@@ -2,12 +2,16 @@
 
 #include <windows.h>
 
+#include <atomic>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "handle.h"
 #include "imports/import_table.h"
 #include "lock.h"
+#include "support/read_ahead.h"
 #include "surroundings/call_book.h"
 
 namespace kelvor::test {
@@ -82,8 +86,11 @@ class PipeRoom {
     simulator::CallBook& Calls() noexcept { return calls_; }
     // The next CreateFileW calls fail with these codes, one after another.
     void FailOpens(std::vector<DWORD> codes);
-    // How many bytes of an answer the module has asked for since it last opened the pipe.
-    std::size_t ReadsOfLastOpen() const;
+    // Waits until the module has asked for so many bytes since it last opened the pipe; false after
+    // ten seconds. For one thread at a time.
+    bool WaitForReads(std::size_t count);
+    // From now on it gets its bytes from what is read at once. Calls() does not have them then.
+    void ReadAheadOfModule() { readAhead_.emplace(); }
     // Pipe handles that the module opened and did not close.
     std::size_t Outstanding() const;
     // The limits of its writes so far, in milliseconds.
@@ -101,6 +108,10 @@ class PipeRoom {
     std::vector<HANDLE> open_;
     std::vector<DWORD> writeLimits_;
     bool writesEndAtOnce_ = false;
+    std::optional<ReadAhead> readAhead_;
+    std::atomic<std::size_t> reads_{0};  // since the pipe was opened last
+    std::atomic<std::size_t> awaitedReads_{0};
+    UniqueKernelObject readsCame_{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
     std::vector<simulator::ImportPatch> patches_;
 };
 

@@ -56,6 +56,10 @@ struct PipeRoomEntry {
                                         flags, templateFile);
         if (pipe != INVALID_HANDLE_VALUE) {
             const DWORD error = GetLastError();
+            self.reads_ = 0;
+            if (self.readAhead_) {
+                self.readAhead_->Forget();
+            }
             self.lock_.With([&] { self.open_.push_back(pipe); });
             SetLastError(error);
         }
@@ -92,10 +96,24 @@ struct PipeRoomEntry {
     static BOOL WINAPI Read(HANDLE file, LPVOID data, DWORD size, LPDWORD read,
                             LPOVERLAPPED overlapped)
     {
-        if (const auto code = (*active).calls_.Enter("ReadFile", std::to_wstring(size))) {
+        PipeRoom& self = *active;
+        if (++self.reads_ == self.awaitedReads_) {
+            SetEvent(self.readsCame_.Get());
+        }
+        if (self.readAhead_) {
+            return self.readAhead_->Read(file, static_cast<char*>(data), overlapped);
+        }
+        if (const auto code = self.calls_.Enter("ReadFile", std::to_wstring(size))) {
             return Refuse(*code);
         }
         return ReadFile(file, data, size, read, overlapped);
+    }
+
+    static BOOL WINAPI Result(HANDLE file, LPOVERLAPPED overlapped, LPDWORD moved, BOOL waits)
+    {
+        PipeRoom& self = *active;
+        return self.readAhead_ ? self.readAhead_->Result(file, overlapped, moved, waits)
+                               : GetOverlappedResult(file, overlapped, moved, waits);
     }
 
     static HANDLE WINAPI MakeEvent(LPSECURITY_ATTRIBUTES security, BOOL manualReset,
@@ -147,6 +165,7 @@ PipeRoom::PipeRoom(HMODULE module)
     simulator::PatchIfImported(patches_, module, "WriteFile", &Entry::Write);
     simulator::PatchIfImported(patches_, module, "FlushFileBuffers", &Entry::Flush);
     simulator::PatchIfImported(patches_, module, "ReadFile", &Entry::Read);
+    simulator::PatchIfImported(patches_, module, "GetOverlappedResult", &Entry::Result);
     simulator::PatchIfImported(patches_, module, "CreateEventW", &Entry::MakeEvent);
     simulator::PatchIfImported(patches_, module, "CreateThreadpoolTimer", &Entry::MakeTimer);
     simulator::PatchIfImported(patches_, module, "SetThreadpoolTimer", &Entry::SetTimer);
@@ -174,13 +193,17 @@ void PipeRoom::EndWritesAtOnce()
     lock_.With([&] { writesEndAtOnce_ = true; });
 }
 
-std::size_t PipeRoom::ReadsOfLastOpen() const
+bool PipeRoom::WaitForReads(std::size_t count)
 {
-    std::size_t reads = 0;
-    for (const simulator::Call& call : calls_.Calls()) {
-        reads = call.function == "CreateFileW" ? 0 : reads + (call.function == "ReadFile" ? 1 : 0);
-    }
-    return reads;
+    constexpr DWORD kPatienceMs = 10'000;
+    awaitedReads_ = count;
+    do {
+        ResetEvent(readsCame_.Get());
+        if (reads_ >= count) {
+            return true;
+        }
+    } while (WaitForSingleObject(readsCame_.Get(), kPatienceMs) == WAIT_OBJECT_0);
+    return false;
 }
 
 std::size_t PipeRoom::Outstanding() const

@@ -51,23 +51,39 @@ std::string_view MeantSecret(std::string_view line)
     return {};
 }
 
-}  // namespace
-
-void TypeThePin(Stage& stage)
+template <class Use>
+void WithThePin(Use&& use)
 {
     wchar_t pin[kPinChars + 1] = {};
     for (std::size_t i = 0; i < kPinChars; ++i) {
         pin[i] = static_cast<wchar_t>(PinLetter(i));
     }
-    stage.TypePin(pin);
+    use(pin);
     WipeMemory(pin, sizeof pin);
+}
+
+}  // namespace
+
+void TypeThePin(Stage& stage)
+{
+    WithThePin([&](const wchar_t* pin) { stage.TypePin(pin); });
+}
+
+HRESULT TypeThePin(Tile& tile)
+{
+    HRESULT result = E_FAIL;
+    WithThePin([&](const wchar_t* pin) { result = tile.Type(pin); });
+    return result;
 }
 
 SecretStage::SecretStage(StageOptions options)
     : Stage(std::move(options)), hash_(Module().Handle(), "BCryptHash", &HashOfNothing)
 {
     service.KeepOnlyCommands();
-    service.SetOnRequest([this](const std::string& line) { LookAtRequest(line); });
+    service.SetOnRequest([this](const std::string& line) {
+        LookAtRequest(line);
+        onRequest_(line);
+    });
     char pin[kPinChars] = {};
     for (std::size_t i = 0; i < kPinChars; ++i) {
         pin[i] = PinLetter(i);
@@ -89,6 +105,11 @@ void SecretStage::SignInWithThePin()
     Click();
     WaitForWorker();
     service.WaitForAllClients();
+}
+
+void SecretStage::SetOnRequest(std::function<void(const std::string&)> onRequest)
+{
+    onRequest_ = std::move(onRequest);
 }
 
 void SecretStage::LookAtRequest(const std::string& line)

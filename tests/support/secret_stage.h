@@ -9,6 +9,7 @@
 //     stage.SignInWithThePin();
 //     CheckNoSecretIsLeft(stage);
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,7 @@ namespace kelvor::test {
 
 // Types the PIN that is right on a SecretStage.
 void TypeThePin(Stage& stage);
+HRESULT TypeThePin(Tile& tile);
 
 class SecretStage : public Stage {
  public:
@@ -26,6 +28,9 @@ class SecretStage : public Stage {
     ~SecretStage();
 
     void SignInWithThePin();
+    // As FakeCardService::SetOnRequest, which this stage needs for itself. Before the first
+    // request.
+    void SetOnRequest(std::function<void(const std::string&)> onRequest);
 
     // What is left of the secrets, one line for each piece: in the memory of this process (heaps,
     // stacks, what was freed, and what LogonUI's sinks keep of the texts they were given), in the
@@ -38,6 +43,7 @@ class SecretStage : public Stage {
     simulator::ImportPatch hash_;
     Lock lock_;
     std::vector<std::string> inRequests_;
+    std::function<void(const std::string&)> onRequest_ = [](const std::string&) {};
 };
 
 // Waits for the card service, and asserts that no secret is left anywhere. The caller has seen the

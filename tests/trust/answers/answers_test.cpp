@@ -20,7 +20,7 @@ namespace {
 // the long form takes many.
 std::size_t FurtherDisarms()
 {
-    return TheOptions().count ? 24 : 2;
+    return TheOptions().count ? 12 : 2;
 }
 
 // Far apart in a list of any length, so that a few of them are of every kind.
@@ -89,7 +89,7 @@ void PlayMadeUp(Road road, std::size_t shortCount, unsigned percent, const std::
     const Allowance allowance(percent * 3 / 4);
     const std::size_t wanted =
         TheOptions().count ? *TheOptions().count * percent / 100 : shortCount;
-    Season season(road);
+    Season season(road, true);
     for (Tries tries(wanted); tries.GoOn() && season.Answers() < wanted && allowance.IsLeft();
          tries.Next()) {
         Random random(TheOptions().seed, tries.Index());

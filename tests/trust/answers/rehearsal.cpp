@@ -16,7 +16,6 @@ constexpr const char* kHandedOver = "GetSerialization: returning KERB_CERTIFICAT
 constexpr const char* kFailedAt[] = {
     "GetSerialization: the tap failed hr=", "GetSerialization: BuildCertificateLogon failed hr=",
     "GetSerialization: JIT provisioning failed hr="};
-constexpr ULONGLONG kPatienceMs = 10'000;
 constexpr LONG kLogonFailure = static_cast<LONG>(0xC000006D);
 
 test::StageOptions OptionsOf(Road road)
@@ -80,7 +79,7 @@ std::size_t Tally::Answers() const
     return sum;
 }
 
-Rehearsal::Rehearsal(Road road, Tally& tally)
+Rehearsal::Rehearsal(Road road, Tally& tally, bool readsAhead)
     : road_(road),
       tally_(tally),
       golden_(GoldenAnswers(road)),
@@ -93,11 +92,14 @@ Rehearsal::Rehearsal(Road road, Tally& tally)
     } else if (road == Road::kTile) {
         stage_->key.SetCredentials({FakeCredential{}, Bob()});
     }
-    stage_->service.SetOnRequest([this](std::string_view request) {
+    stage_->SetOnRequest([this](std::string_view request) {
         if (request.starts_with(R"({"cmd":"armorprovision")")) {
             sentId_ = PlainMember(request, R"("credId":")");
         }
     });
+    if (readsAhead) {
+        stage_->pipe.ReadAheadOfModule();
+    }
     // All pipes taken: it is not waited for in real time.
     stage_->pipe.Calls().Fail("WaitNamedPipeW", ERROR_SEM_TIMEOUT);
     stage_->Select();
@@ -182,14 +184,8 @@ void Rehearsal::MakeBusy(std::size_t times)
 // Waits, in real time, until the module has read the answer up to the offset and waits for more.
 bool Rehearsal::AwaitReadingOf(std::size_t offset, std::uint64_t limitMs)
 {
-    const ULONGLONG giveUpAt = GetTickCount64() + kPatienceMs;
-    while (stage_->pipe.ReadsOfLastOpen() <= offset) {
-        if (GetTickCount64() >= giveUpAt) {
-            return false;
-        }
-        Sleep(1);
-    }
-    return stage_->clock.WaitForWaiter(static_cast<DWORD>(limitMs));
+    return stage_->pipe.WaitForReads(offset + 1) &&
+           stage_->clock.WaitForWaiter(static_cast<DWORD>(limitMs));
 }
 
 void Rehearsal::Act(const CardAnswers& answers)
@@ -320,9 +316,8 @@ void Rehearsal::SearchMemory(const std::string& exit)
     if (!tally_.searchedExits.insert(exit).second && tally_.signIns % kNowAndThen != 0) {
         return;
     }
-    stage_->service.WaitForAllClients();
-    const std::vector<std::string> places = test::FindInMemory(secrets_);
-    Expect(places.empty(), "memory holds " + Joined(places));
+    const std::vector<std::string> places = stage_->SecretsLeft();
+    Expect(places.empty(), "secrets are left: " + Joined(places));
     ++tally_.memorySearches;
 }
 

@@ -32,7 +32,9 @@ struct Tally {
 // service, and each held against what its answers have to lead to.
 class Rehearsal {
  public:
-    Rehearsal(Road road, Tally& tally);
+    // `readsAhead`: what the module reads byte by byte is taken from the pipe at once, which lets
+    // many more sign-ins be played.
+    Rehearsal(Road road, Tally& tally, bool readsAhead);
     ~Rehearsal();
     Rehearsal(const Rehearsal&) = delete;
     Rehearsal& operator=(const Rehearsal&) = delete;

@@ -61,7 +61,7 @@ void Season::Play(std::size_t index, const std::string& name, const CardAnswers&
 {
     if (played_ % kSignInsOfAStage == 0) {
         LetStageGo();
-        rehearsal_ = std::make_unique<Rehearsal>(road_, tally_);
+        rehearsal_ = std::make_unique<Rehearsal>(road_, tally_, readsAhead_);
     }
     ++played_;
     for (const std::string& complaint : rehearsal_->Play(answers, furtherDisarms)) {

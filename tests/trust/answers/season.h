@@ -16,7 +16,7 @@ namespace kelvor::trust {
 // them, and this process counted after each stage.
 class Season {
  public:
-    explicit Season(Road road) : road_(road) {}
+    explicit Season(Road road, bool readsAhead = false) : road_(road), readsAhead_(readsAhead) {}
 
     // Plays the sign-in number `index`; `name` says what is done in it.
     void Play(std::size_t index, const std::string& name, const CardAnswers& answers,
@@ -33,6 +33,7 @@ class Season {
     void WriteFigures(const std::string& answers) const;
 
     Road road_;
+    bool readsAhead_;
     // Keeps the module loaded: its runtime takes memory at each load that it never gives back.
     test::ModuleUnderTest module_;
     Tally tally_;
