@@ -23,14 +23,6 @@ bool IsPin(const char* pin, const std::string& masked)
                       [](char given, char wanted) { return (given ^ kMask) == wanted; });
 }
 
-std::string Masked(std::string_view pin)
-{
-    std::string masked(pin.size(), '\0');
-    std::ranges::transform(pin, masked.begin(),
-                           [](char letter) { return static_cast<char>(letter ^ kMask); });
-    return masked;
-}
-
 // Copies into a caller's buffer, whose size goes in and out; false when it does not fit.
 bool Give(const void* data, std::size_t size, void* buffer, std::size_t* bufferSize)
 {
@@ -164,9 +156,12 @@ struct FakeKeyEntry {
     }
 };
 
-bool TapRequest::HadPin(std::string_view pin) const
+std::string Masked(std::string_view pin)
 {
-    return pinGiven && IsPin(std::string(pin).c_str(), maskedPin);
+    std::string masked(pin.size(), '\0');
+    std::ranges::transform(pin, masked.begin(),
+                           [](char letter) { return static_cast<char>(letter ^ kMask); });
+    return masked;
 }
 
 FakeKey::FakeKey(HMODULE module)

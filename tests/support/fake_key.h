@@ -39,9 +39,10 @@ struct TapRequest {
     bool pinRight = false;
     std::string maskedPin;
     DWORD threadId = 0;
-
-    bool HadPin(std::string_view pin) const;
 };
+
+// A PIN as TapRequest keeps it: no search for the PIN finds it.
+std::string Masked(std::string_view pin);
 
 // A programmable security key: stands in for the seven functions of the security-key library at
 // the module's import table. A key with CORP\alice's credential is inserted over USB, touched at

@@ -6,6 +6,13 @@
 namespace kelvor::test {
 namespace {
 
+// What an image holds for reading only, code and tables, came from its file.
+bool IsFromFile(const MEMORY_BASIC_INFORMATION& region)
+{
+    constexpr DWORD kUnwritable = PAGE_READONLY | PAGE_EXECUTE_READ;
+    return region.Type == MEM_IMAGE && (region.Protect & kUnwritable) != 0;
+}
+
 bool CanRead(const MEMORY_BASIC_INFORMATION& region)
 {
     constexpr DWORD kReadable = PAGE_READONLY | PAGE_READWRITE | PAGE_WRITECOPY |
@@ -113,7 +120,7 @@ std::vector<std::string> FindInMemory(const std::vector<ForbiddenBytes>& forbidd
     const unsigned char* next = nullptr;
     while (VirtualQuery(next, &region, sizeof region) == sizeof region) {
         next = static_cast<const unsigned char*>(region.BaseAddress) + region.RegionSize;
-        if (CanRead(region) && region.BaseAddress != room.Memory()) {
+        if (CanRead(region) && !IsFromFile(region) && region.BaseAddress != room.Memory()) {
             LookThrough(region, room, search, places);
         }
     }

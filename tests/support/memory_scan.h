@@ -77,7 +77,8 @@ class ForbiddenSearch {
     std::array<std::vector<Candidate>, 256> byMaskedStart_;
 };
 
-// Looks through all memory of this process that can be read: heaps, stacks, data, mapped files.
+// Looks through all memory of this process that can be read: heaps, stacks, data, mapped files; but
+// for the parts of images that nobody can have written to.
 // Answers one line for each piece found. To be called while no other thread of ours works.
 std::vector<std::string> FindInMemory(const std::vector<ForbiddenBytes>& forbidden);
 

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "handle.h"
+#include "support/secret_stage.h"
 
 namespace kelvor::trust {
 namespace {
@@ -183,7 +184,7 @@ void PatientLogonUi::SignIn()
     if (visit_.keyComesLater) {
         LayKeyOnReader();
     }
-    if (Succeeds(tile->Type(test::Stage::kWidePin))) {
+    if (Succeeds(test::TypeThePin(*tile))) {
         Click(*tile);
         if (!credential_ && PickerIsUp(*tile)) {
             const DWORD rows = static_cast<DWORD>(tile->Events().ComboItems().size());

@@ -38,8 +38,12 @@ const Texts kCertificate = {
     L"this PC is not set up for your account yet — sign in with your password once, or contact IT"};
 const Texts kKerberos = {
     L"Windows could not start a domain sign-in on this PC — try again, or contact IT"};
-const Texts kSettings = {L"this PC is not set up for security-key sign-in — contact IT",
-                         L"Domain sign-in is not enabled on this PC."};
+// Whether this PC signs in with a tap counts as no when it cannot be read. A choice of account then
+// goes unused, and the key is asked anew, without the PIN that went to it before.
+const Texts kSettings = {
+    L"this PC is not set up for security-key sign-in — contact IT",
+    L"Domain sign-in is not enabled on this PC.",
+    L"enter your security key's PIN — the key has to verify you before it can sign you in"};
 const Texts kText = {L"this PC is low on memory — restart it and try again",
                      L"the card service returned an invalid sign-in challenge — try again",
                      L"the card service returned an invalid challenge hash — try again"};

@@ -1,8 +1,10 @@
 #include "trust/faults/run.h"
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 
+#include "support/secret_stage.h"
 #include "support/task_memory.h"
 #include "trust/faults/handle_book.h"
 #include "trust/faults/import_tables.h"
@@ -48,10 +50,10 @@ void Walk(test::Stage& stage, const Road& road, RunRecord& record)
                              logonUi.Complaints().end());
 }
 
-RunRecord WalkOnStage(const Road& road, std::optional<Fault> fault)
+RunRecord WalkOnStage(const Road& road, std::optional<Fault> fault, bool looksForSecrets)
 {
     RunRecord record;
-    test::Stage stage;
+    test::SecretStage stage;
     stage.key.SetVerifiesPin();
     if (road.setUp != nullptr) {
         road.setUp(stage);
@@ -72,16 +74,19 @@ RunRecord WalkOnStage(const Road& road, std::optional<Fault> fault)
     record.kerberos = stage.lsa.Package();
     NoteService(stage, record);
     NoteKey(stage, road, record);
+    if (looksForSecrets) {
+        std::ranges::move(stage.SecretsLeft(), std::back_inserter(record.complaints));
+    }
     stage.Close();
     return record;
 }
 
 }  // namespace
 
-RunRecord Run(std::size_t road, std::optional<Fault> fault)
+RunRecord Run(std::size_t road, std::optional<Fault> fault, bool looksForSecrets)
 {
     const test::TaskMemoryBook taskMemory;
-    RunRecord record = WalkOnStage(Roads().at(road), fault);
+    RunRecord record = WalkOnStage(Roads().at(road), fault, looksForSecrets);
     if (GetModuleHandleW(L"KelvorFidoAdLogonCredentialProvider.dll") != nullptr) {
         record.complaints.emplace_back("the module stays loaded");
     }

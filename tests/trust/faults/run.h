@@ -32,6 +32,7 @@ struct RunRecord {
 };
 
 // Walks the road with a module loaded afresh, the fault in its way, and counts what was lent out.
-RunRecord Run(std::size_t road, std::optional<Fault> fault);
+// Where `looksForSecrets`, what is left of the PIN and of the key's secrets is a complaint, too.
+RunRecord Run(std::size_t road, std::optional<Fault> fault, bool looksForSecrets);
 
 }  // namespace kelvor::trust

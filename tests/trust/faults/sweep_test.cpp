@@ -23,6 +23,7 @@ using kelvor::trust::FallibleFunctions;
 using kelvor::trust::Fault;
 using kelvor::trust::Grouped;
 using kelvor::trust::ImportedNames;
+using kelvor::trust::IsLongForm;
 using kelvor::trust::Judge;
 using kelvor::trust::Judgement;
 using kelvor::trust::JudgeUndisturbed;
@@ -42,11 +43,12 @@ using kelvor::trust::Words;
 namespace {
 
 constexpr std::size_t kShortCount = 300;
+constexpr std::size_t kLooksAtOneIn = 10;  // in the short form
 
-RunRecord RunWatched(std::size_t road, std::optional<Fault> fault)
+RunRecord RunWatched(std::size_t road, std::optional<Fault> fault, bool looksForSecrets)
 {
     Sentinel::Announce(fault ? Words(*fault) : std::string(Roads()[road].name) + ", undisturbed");
-    RunRecord record = Run(road, fault);
+    RunRecord record = Run(road, fault, looksForSecrets);
     Sentinel::Announce("");
     return record;
 }
@@ -55,7 +57,7 @@ std::vector<RunRecord> RunUndisturbed()
 {
     std::vector<RunRecord> records;
     for (std::size_t road = 0; road < Roads().size(); ++road) {
-        records.push_back(RunWatched(road, std::nullopt));
+        records.push_back(RunWatched(road, std::nullopt, true));
         const std::string name = Roads()[road].name;
         INFO(name);
         for (const std::string& problem : JudgeUndisturbed(Roads()[road], records.back())) {
@@ -94,7 +96,8 @@ class Sweep {
 
     void Inject(const Fault& fault)
     {
-        const RunRecord record = RunWatched(fault.road, fault);
+        const bool looks = IsLongForm() || (injected_ + missed_) % kLooksAtOneIn == 0;
+        const RunRecord record = RunWatched(fault.road, fault, looks);
         if (TheOptions().replay) {
             Tell(fault, record);
         }
@@ -113,10 +116,13 @@ class Sweep {
         ++tally.faults;
         tally.accepted += judgement.ending == Ending::kAccepted ? 1 : 0;
         ++injected_;
+        looks_ += looks ? 1 : 0;
     }
 
     std::size_t Injected() const { return injected_; }
     std::size_t Missed() const { return missed_; }
+    // After how many of them secrets were looked for.
+    std::size_t Looks() const { return looks_; }
     std::vector<std::vector<std::string>> Rows() const
     {
         std::vector<std::vector<std::string>> rows;
@@ -140,6 +146,7 @@ class Sweep {
     std::map<std::string, Tally> tallies_;
     std::size_t injected_ = 0;
     std::size_t missed_ = 0;
+    std::size_t looks_ = 0;
 };
 
 }  // namespace
@@ -187,6 +194,10 @@ TEST_CASE("Whichever call fails, the logon is whole or the refusal is true, and 
         "documentation has, the logon is whole or the refusal is true, and nothing is "
         "left behind",
         Grouped(sweep.Injected()) + " faults of " + Grouped(faults.size()));
+    ReportFigure(
+        "After such a failure nothing is left of the PIN or of the key's secrets in memory, the "
+        "log or a request's other members",
+        Grouped(sweep.Looks()) + " searches");
     ReportTable("Failures by imported function",
                 {"function", "calls", "faults", "accepted", "refused"}, sweep.Rows());
 }

@@ -39,9 +39,9 @@ void ClickBook::MayHaveLost(std::size_t click)
     clicks_[click].pins.Perhaps(0);
 }
 
-unsigned ClickBook::NumberOf(const std::string& pin)
+unsigned ClickBook::NumberOf(std::string_view pin)
 {
-    return pin.empty() ? 0 : pins_.try_emplace(pin, pins_.size() + 1).first->second;
+    return pin.empty() ? 0 : pins_.try_emplace(test::Masked(pin), pins_.size() + 1).first->second;
 }
 
 void ClickBook::Judge() const
@@ -78,7 +78,7 @@ bool ClickBook::MayCarry(const Click& click, const test::TapRequest& tap) const
         return click.pins.MayBe(0);
     }
     return std::ranges::any_of(pins_, [&](const auto& pin) {
-        return tap.HadPin(pin.first) && click.pins.MayBe(pin.second);
+        return tap.maskedPin == pin.first && click.pins.MayBe(pin.second);
     });
 }
 

@@ -4,6 +4,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "support/stage.h"
@@ -30,7 +31,7 @@ class ClickBook {
     void MayHaveLost(std::size_t click);
 
     // The number of a PIN that LogonUI is about to type.
-    unsigned NumberOf(const std::string& pin);
+    unsigned NumberOf(std::string_view pin);
     // Judges every tap there was.
     void Judge() const;
 
@@ -51,7 +52,7 @@ class ClickBook {
     std::vector<Click> clicks_;
     std::set<std::size_t> knownThreads_;
     std::set<std::size_t> knownTaps_;
-    std::map<std::string, unsigned> pins_;
+    std::map<std::string, unsigned> pins_;  // masked
 };
 
 }  // namespace kelvor::trust

@@ -51,7 +51,7 @@ void GiveKeyCredentials(World& world, unsigned first, unsigned second)
     std::vector<FakeCredential> credentials(first % 4);
     for (std::size_t i = 0; i < credentials.size(); ++i) {
         credentials[i].id = {0xC0, static_cast<unsigned char>(i)};
-        credentials[i].hmacSeed = static_cast<unsigned char>(i + 1);
+        credentials[i].hmacSeed = i % 2 == 0 ? test::kSeedOfAlice : test::kSeedOfBob;
         credentials[i].displayName = second % 3 == 0 ? "" : "Account " + std::to_string(i);
         credentials[i].hmacSizeBytes = second % 16 == 1 ? 31 : 32;
         credentials[i].getCode = second % 16 == 2 ? 0x31 : 0;

@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <array>
 
+#include "secret.h"
 #include "support/method_times.h"
+#include "support/secret_forms.h"
 #include "world.h"
 
 namespace kelvor::trust {
@@ -58,7 +60,19 @@ void SetDeselected(World& world, unsigned first, unsigned)
     }
 }
 
-// The number stands for an ordinary PIN of its own, or for something odd.
+// Another one each time, but for its beginning the one that searches for secrets know.
+std::wstring OrdinaryPin(unsigned number)
+{
+    std::wstring pin(test::kPinChars, L'\0');
+    for (std::size_t i = 0; i < pin.size(); ++i) {
+        pin[i] = static_cast<wchar_t>(test::PinLetter(i));
+    }
+    const std::wstring digits = std::to_wstring(7000 + number);
+    std::ranges::copy(digits, pin.begin());
+    return pin;
+}
+
+// The number stands for an ordinary PIN of its own, or for something odd. The caller wipes it.
 std::wstring PinText(World& world, unsigned number)
 {
     switch (number % 16) {
@@ -71,18 +85,19 @@ std::wstring PinText(World& world, unsigned number)
         case 6:
             return L"schl\u00FCssel\u20AC\U0001F511";
         default:
-            return std::to_wstring(7000 + world.typedPins++);
+            return OrdinaryPin(world.typedPins++);
     }
 }
 
-std::string Utf8(const std::wstring& text)
+unsigned NumberOf(World& world, const std::wstring& pin)
 {
-    std::string narrow(text.size() * 3, '\0');
+    std::string narrow(pin.size() * 3, '\0');
     const int size =
-        WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), narrow.data(),
+        WideCharToMultiByte(CP_UTF8, 0, pin.data(), static_cast<int>(pin.size()), narrow.data(),
                             static_cast<int>(narrow.size()), nullptr, nullptr);
-    narrow.resize(static_cast<std::size_t>(size));
-    return narrow;
+    const unsigned number = world.clicks.NumberOf({narrow.data(), static_cast<std::size_t>(size)});
+    WipeMemory(narrow.data(), narrow.size());
+    return number;
 }
 
 void NoteTyped(HeldTile& held, unsigned number)
@@ -111,9 +126,10 @@ void TypePin(World& world, unsigned first, unsigned second)
         NoteTyped(*held, 0);
         return;
     }
-    const std::wstring pin = PinText(world, second);
-    const unsigned number = world.clicks.NumberOf(Utf8(pin));
+    std::wstring pin = PinText(world, second);
+    const unsigned number = NumberOf(world, pin);
     const HRESULT hr = held->tile.Type(pin.c_str());
+    WipeMemory(pin.data(), pin.size() * sizeof(wchar_t));
     world.Expect(hr == S_OK, "a PIN can be typed");
     NoteTyped(*held, number);
 }

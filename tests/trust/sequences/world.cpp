@@ -21,10 +21,11 @@ constexpr ULONGLONG kPatienceMs = 20'000;
 
 }  // namespace
 
-World::World(const Sequence& sequence, bool patient)
+World::World(const Sequence& sequence, bool patient, bool looksForSecrets)
     : clicks(stage, violations_),
       steps_(sequence),
       patient_(patient),
+      looksForSecrets_(looksForSecrets),
       waits_(stage.Module().Handle(), {.onPump = [this] { WhilePumping(); },
                                        .onPumpEnded = [this] { PumpingEnded(); },
                                        .goOn = [this] { GoOn(); },
@@ -51,6 +52,11 @@ void World::Play()
     clicks.Judge();
     JudgeCallers();
     LookAtSinks();
+    if (looksForSecrets_) {
+        for (const std::string& place : stage.SecretsLeft()) {
+            violations_.Add("a secret is left: " + place);
+        }
+    }
 }
 
 bool World::TakeStep()

@@ -13,7 +13,7 @@
 #include "held_tile.h"
 #include "logon_ui_waits.h"
 #include "step.h"
-#include "support/stage.h"
+#include "support/secret_stage.h"
 
 namespace kelvor::trust {
 
@@ -25,7 +25,8 @@ class World {
  public:
     // `patient`: after each step, waits until every thread of the module has ended or waits for
     // something that only another step brings. So the steps decide the order of things.
-    World(const Sequence& sequence, bool patient);
+    // `looksForSecrets`: what is left in the end of PINs or of the key's secrets is a violation.
+    World(const Sequence& sequence, bool patient, bool looksForSecrets);
     ~World();
     World(const World&) = delete;
     World& operator=(const World&) = delete;
@@ -37,7 +38,7 @@ class World {
     std::vector<std::string> Found() const { return violations_.All(); }
 
     // --- For the acts.
-    test::Stage stage;  // only what surrounds the module: nobody opens it
+    test::SecretStage stage;  // only what surrounds the module: nobody opens it
     ComRef<IClassFactory> factory;
     ComRef<ICredentialProvider> provider;
     ComRef<test::ProviderEvents> sink = test::ProviderEvents::Make();
@@ -98,6 +99,7 @@ class World {
     const Sequence& steps_;
     std::size_t next_ = 0;
     const bool patient_;
+    const bool looksForSecrets_;
     std::function<void(const char*)> onStep_ = [](const char*) {};
     std::vector<Pumping> pumping_;          // the innermost click last
     std::vector<bool> ended_;               // by thread: it need not be asked again

@@ -57,6 +57,11 @@ const Options& TheOptions() noexcept
     return Mine();
 }
 
+bool IsLongForm() noexcept
+{
+    return Mine().count || Mine().minutes || Mine().replay;
+}
+
 void SetOptions(Options options)
 {
     Mine() = std::move(options);

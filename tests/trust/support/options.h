@@ -21,6 +21,9 @@ struct Options {
 const Options& TheOptions() noexcept;
 void SetOptions(Options options);
 
+// Whether more than the short form is asked for, or one try is looked at closely.
+bool IsLongForm() noexcept;
+
 // Takes our options out of a program's arguments and leaves the others in their order. Throws
 // std::runtime_error naming what lacks its value or is not a number.
 Options TakeOptions(std::vector<std::string>& arguments);
