@@ -21,6 +21,11 @@ bool CanRead(const MEMORY_BASIC_INFORMATION& region)
            (region.Protect & PAGE_GUARD) == 0;
 }
 
+std::size_t StartOf(int first, int second)
+{
+    return static_cast<std::size_t>(first << 8 | second);
+}
+
 std::string Place(const ForbiddenBytes& run, std::size_t piece, const unsigned char* at)
 {
     char line[160] = {};
@@ -91,7 +96,8 @@ ForbiddenSearch::ForbiddenSearch(const std::vector<ForbiddenBytes>& forbidden)
 {
     for (const ForbiddenBytes& run : forbidden) {
         for (std::size_t piece = 0; piece < run.PieceCount(); ++piece) {
-            byMaskedStart_[run.MaskedStart(piece)].push_back({&run, piece});
+            byMaskedStart_[run.MaskedByte(piece, 0)].push_back({&run, piece});
+            isStart_.set(StartOf(run.MaskedByte(piece, 0), run.MaskedByte(piece, 1)));
         }
     }
 }
@@ -100,6 +106,10 @@ void ForbiddenSearch::Look(const unsigned char* memory, std::size_t sizeBytes,
                            std::vector<std::string>& places, const unsigned char* original) const
 {
     for (std::size_t at = 0; at + ForbiddenBytes::kPieceBytes <= sizeBytes; ++at) {
+        if (!isStart_.test(StartOf(memory[at] ^ ForbiddenBytes::kMask,
+                                   memory[at + 1] ^ ForbiddenBytes::kMask))) {
+            continue;
+        }
         for (const Candidate& candidate : byMaskedStart_[memory[at] ^ ForbiddenBytes::kMask]) {
             if (candidate.run->PieceStandsAt(candidate.piece, memory + at)) {
                 places.push_back(Place(*candidate.run, candidate.piece, original + at));

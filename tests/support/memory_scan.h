@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <array>
+#include <bitset>
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -42,8 +43,11 @@ class ForbiddenBytes {
         }
         return i == kPieceBytes;
     }
-    // The first byte of a piece, masked.
-    unsigned char MaskedStart(std::size_t piece) const noexcept { return *Piece(piece); }
+    // A byte of a piece, masked.
+    unsigned char MaskedByte(std::size_t piece, std::size_t index) const noexcept
+    {
+        return Piece(piece)[index];
+    }
     static constexpr unsigned char kMask = 0xA7;
 
  private:
@@ -75,6 +79,7 @@ class ForbiddenSearch {
         std::size_t piece;
     };
     std::array<std::vector<Candidate>, 256> byMaskedStart_;
+    std::bitset<65536> isStart_;  // by the first two bytes, masked
 };
 
 // Looks through all memory of this process that can be read: heaps, stacks, data, mapped files; but
