@@ -6,6 +6,7 @@
 #include "crypto/base64.h"
 #include "crypto/hash.h"
 #include "json/required.h"
+#include "text/hex.h"
 #include "text/utf8.h"
 
 namespace kelvor::simulator {
@@ -16,7 +17,7 @@ namespace {
 constexpr unsigned char kCardAtr[] = {0x3B, 0x85, 0x80, 0x01, 0x4B, 0x56, 0x53, 0x43, 0x31, 0x6E};
 constexpr std::uint32_t kKeyExchange = 1;  // AT_KEYEXCHANGE of wincrypt.h
 constexpr std::size_t kHmacSecretBytes = 32;
-constexpr int kExpiredSinceDays = 30;
+constexpr int kDaysOff = 30;  // of a certificate that is not valid now
 
 std::string WithoutTrailingSlashes(std::string text)
 {
@@ -146,9 +147,12 @@ void CardService::ProvisionCard(const Registration& registration, const RsaKey& 
         plan.upn = upn;
     }
     plan.usages = UsagesOf(card_.usage);
-    if (card_.expired) {
-        plan.firstDay = -365 - kExpiredSinceDays;
-        plan.lastDay = -kExpiredSinceDays;
+    plan.kerberosName = ToUtf8(card_.kerberosName);
+    if (card_.validity == Validity::kExpired) {
+        plan.firstDay = -365 - kDaysOff;
+        plan.lastDay = -kDaysOff;
+    } else if (card_.validity == Validity::kNotYet) {
+        plan.firstDay = kDaysOff;
     }
     VirtualCard card;
     card.upn = registration.upn;

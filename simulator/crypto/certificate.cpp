@@ -16,6 +16,7 @@ constexpr std::string_view kSubjectAlternativeName = "2.5.29.17";
 constexpr std::string_view kBasicConstraints = "2.5.29.19";
 constexpr std::string_view kExtendedKeyUsage = "2.5.29.37";
 constexpr std::string_view kUpnName = "1.3.6.1.4.1.311.20.2.3";
+constexpr std::string_view kKerberosName = "1.3.6.1.5.2.2";  // RFC 4556
 
 constexpr unsigned char kVersion3[] = {2};
 constexpr unsigned char kRequestVersion[] = {0};
@@ -87,11 +88,37 @@ Bytes Certificate(const Subject& subject, const Bytes& extensions, const std::st
     return Signed(toBeSigned, issuerKey);
 }
 
-Bytes UpnExtension(const std::string& upn)
+Bytes OtherName(std::string_view objectId, const Bytes& value)
 {
-    const Bytes otherName =
-        Concatenate({DerObjectId(kUpnName), ByteView(DerExplicit(0, DerUtf8(upn)))});
-    return Extension(kSubjectAlternativeName, false, DerSequence({DerExplicit(0, otherName)}));
+    return DerExplicit(0, Concatenate({DerObjectId(objectId), DerExplicit(0, value)}));
+}
+
+// KRB5PrincipalName of RFC 4556.
+Bytes KerberosName(std::string_view text)
+{
+    constexpr unsigned char kGeneralString = 0x1B;
+    constexpr unsigned char kPrincipal[] = {1};
+    const std::size_t at = text.find('@');
+    const std::string_view realm = at == std::string_view::npos ? "" : text.substr(at + 1);
+    const Bytes parts = DerSequence({DerValue(kGeneralString, ViewOf(text.substr(0, at)))});
+    return DerSequence({DerExplicit(0, DerValue(kGeneralString, ViewOf(realm))),
+                        DerExplicit(1, DerSequence({DerExplicit(0, DerInteger(kPrincipal)),
+                                                    DerExplicit(1, parts)}))});
+}
+
+// The names of the subject; empty without any.
+Bytes NamesExtension(const CertificatePlan& plan)
+{
+    constexpr unsigned char kSequence = 0x30;
+    Bytes names;
+    if (plan.upn) {
+        names = OtherName(kUpnName, DerUtf8(*plan.upn));
+    }
+    if (!plan.kerberosName.empty()) {
+        names = Concatenate({names, OtherName(kKerberosName, KerberosName(plan.kerberosName))});
+    }
+    return names.empty() ? names
+                         : Extension(kSubjectAlternativeName, false, DerValue(kSequence, names));
 }
 
 }  // namespace
@@ -110,9 +137,7 @@ Bytes IssueCertificate(const CertificatePlan& plan, ByteView subjectKeyInfo,
         extensions = Concatenate(
             {extensions, Extension(kExtendedKeyUsage, false, DerValue(kSequence, usages))});
     }
-    if (plan.upn) {
-        extensions = Concatenate({extensions, UpnExtension(*plan.upn)});
-    }
+    extensions = Concatenate({extensions, NamesExtension(plan)});
     return Certificate({plan.commonName, subjectKeyInfo, plan.firstDay, plan.lastDay},
                        DerValue(kSequence, extensions), issuerName, issuerKey);
 }

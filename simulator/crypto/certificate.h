@@ -18,6 +18,7 @@ inline constexpr const char* kClientAuthenticationUsage = "1.3.6.1.5.5.7.3.2";
 struct CertificatePlan {
     std::string commonName;
     std::optional<std::string> upn;   // otherName 1.3.6.1.4.1.311.20.2.3
+    std::string kerberosName;         // name@realm, RFC 4556, section 3.2.2; empty: none
     std::vector<std::string> usages;  // none: no extended key usage at all
     int firstDay = -1;                // valid from this many days after today
     int lastDay = 365;

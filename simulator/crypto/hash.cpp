@@ -70,15 +70,4 @@ SecretBytes RandomSecret(std::size_t sizeBytes)
     return bytes;
 }
 
-std::string HexText(ByteView bytes)
-{
-    constexpr char kDigits[] = "0123456789ABCDEF";
-    std::string text;
-    for (const unsigned char byte : bytes) {
-        text += kDigits[byte >> 4];
-        text += kDigits[byte & 15];
-    }
-    return text;
-}
-
 }  // namespace kelvor::simulator

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <initializer_list>
-#include <string>
 
 #include "crypto/bytes.h"
 
@@ -18,8 +17,5 @@ SecretBytes HmacSha256(ByteView key, ByteView data);
 // Bytes of the system's random number generator.
 Bytes RandomBytes(std::size_t sizeBytes);
 SecretBytes RandomSecret(std::size_t sizeBytes);
-
-// Upper-case hexadecimal digits.
-std::string HexText(ByteView bytes);
 
 }  // namespace kelvor::simulator

@@ -5,6 +5,7 @@
 #include "crypto/hash.h"
 #include "files/whole_file.h"
 #include "lock.h"
+#include "text/hex.h"
 #include "text/utf8.h"
 
 namespace kelvor::simulator {

@@ -279,7 +279,13 @@ constexpr KeyRule kCardKeys[] = {
                                                           {"none", CardUsage::kNone}});
      }},
     {"upn", [](World& world, Value value) { world.card.upn = Unless(value, "account", ReadText); }},
-    {"expired", [](World& world, Value value) { world.card.expired = ReadYesNo(value); }},
+    {"kerberos_name", [](World& world, Value value) { world.card.kerberosName = ReadName(value); }},
+    {"validity",
+     [](World& world, Value value) {
+         world.card.validity = ReadChoice<Validity>(value, {{"now", Validity::kNow},
+                                                            {"expired", Validity::kExpired},
+                                                            {"not yet", Validity::kNotYet}});
+     }},
     {"revoked", [](World& world, Value value) { world.card.revoked = ReadYesNo(value); }},
     {"card_name", [](World& world, Value value) { world.card.cardName = ReadText(value); }},
     {"container",

@@ -144,6 +144,7 @@ struct ServiceWorld {
 };
 
 enum class CardUsage { kLogon, kClientOnly, kNone };
+enum class Validity { kNow, kExpired, kNotYet };
 
 struct CardWorld {
     bool provisioned = true;  // the enrolment issues the cards; otherwise the first sign-in does
@@ -151,7 +152,10 @@ struct CardWorld {
     CardUsage usage = CardUsage::kLogon;
     // The UPN in the certificate; nothing: the account's own, empty: none.
     std::optional<std::wstring> upn;
-    bool expired = false;
+    // The name of a Kerberos principal (name@realm) in the certificate, beside the UPN; empty:
+    // none.
+    std::wstring kerberosName;
+    Validity validity = Validity::kNow;
     bool revoked = false;
     std::wstring cardName = L"Kelvor Virtual Smart Card";
     std::optional<std::wstring> container;  // nothing: one made from the account

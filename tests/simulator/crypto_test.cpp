@@ -9,11 +9,22 @@
 #include "crypto/rsa.h"
 #include "crypto/sealed_box.h"
 #include "crypto/secret_sha256.h"
+#include "text/hex.h"
 
 namespace {
 
 using namespace kelvor;
 using namespace kelvor::simulator;
+
+TEST_CASE("Hexadecimal digits of either case are read back, and nothing else is")
+{
+    CHECK((BytesOfHex("00fFa1") == Bytes{0x00, 0xFF, 0xA1}));
+    CHECK((BytesOfHex("") == Bytes{}));
+    for (const char* text : {"0", "0g", "+1", " 1", "0x", "-1", "1 "}) {
+        CAPTURE(text);
+        CHECK_FALSE(BytesOfHex(text));
+    }
+}
 
 TEST_CASE("The wiping SHA-256 agrees with CNG's at every length around a block")
 {

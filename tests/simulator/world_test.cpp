@@ -159,7 +159,8 @@ TEST_CASE("Every property of the service and its faults is read")
 TEST_CASE("Every property of card, directory and LSA is read")
 {
     const World world = ParseWorld(
-        "[card]\nprovisioned = no\npresent = no\nusage = client\nupn =\nexpired = yes\n"
+        "[card]\nprovisioned = no\npresent = no\nusage = client\nupn =\nkerberos_name = bob@corp.example\n"
+        "validity = not yet\n"
         "revoked = yes\ncard_name = Card\ncontainer = box\nreader = Reader\n"
         "[directory]\nanswers = slow 7 s\nupn_suffix = example.org\n"
         "[lsa]\nverdict = STATUS_SMARTCARD_CERT_REVOKED\nsubstatus = 0xC0000064\ndelay = 3 s\n",
@@ -169,7 +170,8 @@ TEST_CASE("Every property of card, directory and LSA is read")
     CHECK_FALSE(world.card.present);
     CHECK(world.card.usage == CardUsage::kClientOnly);
     CHECK(world.card.upn == L"");
-    CHECK(world.card.expired);
+    CHECK(world.card.kerberosName == L"bob@corp.example");
+    CHECK(world.card.validity == Validity::kNotYet);
     CHECK(world.card.revoked);
     CHECK(world.card.cardName == L"Card");
     CHECK(world.card.container == L"box");
