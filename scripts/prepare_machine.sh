@@ -28,6 +28,11 @@ clang++-14 clang-14
 /usr/lib/clang/14/lib/linux/libclang_rt.fuzzer-x86_64.a libclang-rt-14-dev
 llvm-cov-14 llvm-14
 python3 python3'
+# What decides over the logons of `./run demo --kdc` is unpacked, not installed.
+kKdcTools="$kDemoTools
+g++ g++
+openssl openssl
+python3 python3"
 kTestTools="$kPreviewTools
 $kPackageTools
 $kFuzzTools
@@ -54,15 +59,26 @@ missing_packages() {
     done <<<"$1" | sort -u
 }
 
-install_packages() {
-    local as_root=()
-    if [ "$(id -u)" != 0 ]; then
-        command -v sudo >/dev/null || return 1
-        say "sudo is asked for, to install: $*"
-        as_root=(sudo)
+# as_root REASON COMMAND...
+as_root() {
+    local reason=$1
+    shift
+    if [ "$(id -u)" = 0 ]; then
+        "$@"
+        return
     fi
-    "${as_root[@]}" apt-get update -q &&
-        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    command -v sudo >/dev/null || return 1
+    say "sudo is asked for, $reason"
+    sudo "$@"
+}
+
+update_package_lists() {
+    as_root 'to look for packages' apt-get update -q
+}
+
+install_packages() {
+    update_package_lists &&
+        as_root "to install: $*" env DEBIAN_FRONTEND=noninteractive \
             apt-get install -q -y --no-install-recommends "$@"
 }
 

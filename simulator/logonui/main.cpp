@@ -70,9 +70,14 @@ int Play(const Options& options)
     }
     const DWORD patienceMs = scenario ? kScenarioPatienceMs : kPromptPatienceMs;
     // Never destroyed; see Session.
-    Session& session = *new Session(
-        std::move(world), {state.Path(), options.withService, patienceMs, scenario.has_value()},
-        transcript);
+    Session& session = *new Session(std::move(world),
+                                    {.stateFolder = state.Path(),
+                                     .withService = options.withService,
+                                     .enrolled = options.enrolled,
+                                     .deskPort = options.deskPort,
+                                     .patienceMs = patienceMs,
+                                     .timeStandsStill = scenario.has_value()},
+                                    transcript);
     const SessionEnd end(session);
     session.Begin();
     bool asExpected = true;

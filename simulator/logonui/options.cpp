@@ -1,5 +1,7 @@
 #include "logonui/options.h"
 
+#include <charconv>
+
 #include "text/utf8.h"
 
 namespace kelvor::simulator {
@@ -14,6 +16,7 @@ constexpr FlagRow kFlags[] = {
     {L"-h", &Options::help},
     {L"--unregister", &Options::unregister},
     {L"--with-service", &Options::withService},
+    {L"--enrolled", &Options::enrolled},
     {L"--quiet", &Options::quiet},
 };
 
@@ -27,6 +30,7 @@ constexpr ValueRow kValues[] = {
     {L"--world", &Options::world},
     {L"--state", &Options::state},
     {L"--transcript", &Options::transcript},
+    {L"--kdc", &Options::kdc},
 };
 
 template <class Row, std::size_t kCount>
@@ -38,6 +42,18 @@ const Row* FindRow(const Row (&rows)[kCount], const std::wstring& name)
         }
     }
     return nullptr;
+}
+
+unsigned short ParsePort(const std::wstring& text)
+{
+    const std::string digits = ToUtf8(text);
+    const char* const last = digits.data() + digits.size();
+    unsigned short port = 0;
+    const auto [end, error] = std::from_chars(digits.data(), last, port);
+    if (error != std::errc() || end != last || port == 0) {
+        throw UsageError("--kdc wants the number of a port, not '" + digits + "'");
+    }
+    return port;
 }
 
 }  // namespace
@@ -58,11 +74,15 @@ Options ParseOptions(const std::vector<std::wstring>& arguments)
             throw UsageError("unknown option " + ToUtf8(argument));
         }
     }
+    options.deskPort = options.kdc.empty() ? 0 : ParsePort(options.kdc);
     if (!options.script.empty() && !options.world.empty()) {
         throw UsageError("a scenario brings its own world: --world does not go with --script");
     }
     if (options.script.empty() && !options.transcript.empty()) {
         throw UsageError("only a scenario has a transcript: --transcript goes with --script");
+    }
+    if (options.enrolled && options.state.empty()) {
+        throw UsageError("a fresh folder is not enrolled: --enrolled goes with --state");
     }
     return options;
 }
@@ -80,6 +100,8 @@ const char* Usage() noexcept
 
   --with-service   enrols the world's accounts and starts the card service beside this program;
                    without it, both are yours to do
+  --enrolled       the state folder is enrolled already
+  --kdc PORT       a Kerberos domain decides over the logon: the port of its ticket desk
   --world FILE     the world to play in (a default one without)
   --state FOLDER   where keys, cards and registrations are kept (a fresh folder without, which is
                    removed at the end)

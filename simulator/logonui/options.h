@@ -15,7 +15,10 @@ struct Options {
     std::wstring world;
     std::wstring state;
     std::wstring transcript;
+    std::wstring kdc;
+    unsigned short deskPort = 0;  // what --kdc says; 0 without it
     bool withService = false;
+    bool enrolled = false;
     bool quiet = false;
 };
 

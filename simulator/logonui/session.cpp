@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "logonui/console_text.h"
+#include "logonui/lsa/kerberos_domain.h"
+#include "logonui/lsa/world_domain.h"
 #include "logonui/settings_writer.h"
 #include "logonui/tile_view.h"
 #include "text/utf8.h"
@@ -61,7 +63,7 @@ Session::Session(World world, SessionOptions options, Transcript& transcript)
       transcript_(transcript),
       view_(transcript),
       authority_(
-          world_, options_.stateFolder,
+          world_, MakeDomain(),
           [this](const std::string& finding) { view_.Mention("LSA", finding); },
           [this](DWORD ms) { Sleep(ms); }),
       service_(options_.stateFolder),
@@ -74,10 +76,23 @@ Session::Session(World world, SessionOptions options, Transcript& transcript)
     });
 }
 
+std::unique_ptr<Domain> Session::MakeDomain()
+{
+    if (options_.deskPort != 0) {
+        return std::make_unique<KerberosDomain>(
+            options_.deskPort, [this](const std::string& answer) { view_.Say("KDC", answer); });
+    }
+    return std::make_unique<WorldDomain>(
+        world_, options_.stateFolder,
+        [this](const std::string& finding) { view_.Mention("LSA", finding); });
+}
+
 void Session::Begin()
 {
     if (options_.withService) {
-        service_.Enrol();
+        if (!options_.enrolled) {
+            service_.Enrol();
+        }
         if (world_.service.running) {
             service_.Start();
             view_.Say("service", "the card service runs");

@@ -28,8 +28,10 @@ namespace kelvor::simulator {
 
 struct SessionOptions {
     std::wstring stateFolder;
-    bool withService = false;  // enrols, starts and stops the card service
-    DWORD patienceMs = 0;      // how long to wait for what ought to come; 0: not at all
+    bool withService = false;     // enrols, starts and stops the card service
+    bool enrolled = false;        // somebody has enrolled the world into the state folder before
+    unsigned short deskPort = 0;  // of a Kerberos domain's ticket desk; 0: a domain of our own
+    DWORD patienceMs = 0;         // how long to wait for what ought to come; 0: not at all
     // The module's time stands still but for Pass, so that each run goes the same way; else it is
     // the real one.
     bool timeStandsStill = false;
@@ -120,6 +122,7 @@ class Session {
 
     HostObserver MakeObserver();
     HostManners MakeManners();
+    std::unique_ptr<Domain> MakeDomain();
     void Attach(HMODULE module);
     void StartScreen(Screen screen);
     ScreenUsers UsersOfScreen() const;

@@ -22,11 +22,12 @@ def windows_path(path):
     return "Z:" + os.path.abspath(path).replace("/", "\\")
 
 
-def play(host, module, scenario, seen, command):
+def play(host, module, scenario, seen, command, options=()):
     """The run's exit status and what it printed; what a person saw goes to the file `seen`."""
     run = subprocess.run(
         command + [host, "--register", windows_path(module), "--then", host, "--with-service",
-                   "--script", windows_path(scenario), "--transcript", windows_path(seen)],
+                   "--script", windows_path(scenario), "--transcript", windows_path(seen),
+                   *options],
         stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
     return run.returncode, run.stdout.decode("utf-8", "replace")
 
@@ -70,4 +71,5 @@ def main(arguments):
             f"./run transcripts {os.path.splitext(os.path.basename(scenario))[0]}")
 
 
-sys.exit(main(sys.argv[1:]))
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))

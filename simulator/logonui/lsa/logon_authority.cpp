@@ -1,15 +1,11 @@
 #include "logonui/lsa/logon_authority.h"
 
-#include <bcrypt.h>
-
 #include <algorithm>
-#include <array>
 #include <utility>
 
-#include "crypto/bytes.h"
-#include "files/whole_file.h"
+#include "crypto/hash.h"
 #include "logonui/console_text.h"
-#include "surroundings/smart_card_csp.h"
+#include "logonui/lsa/card_certificate.h"
 #include "text/utf8.h"
 
 namespace kelvor::simulator {
@@ -17,23 +13,12 @@ namespace {
 
 constexpr wchar_t kBaseCsp[] = L"Microsoft Base Smart Card Crypto Provider";
 
-std::array<unsigned char, 32> FreshNonce()
-{
-    std::array<unsigned char, 32> nonce = {};
-    BCryptGenRandom(nullptr, nonce.data(), static_cast<ULONG>(nonce.size()),
-                    BCRYPT_USE_SYSTEM_PREFERRED_RNG);
-    return nonce;
-}
-
 }  // namespace
 
-LogonAuthority::LogonAuthority(const World& world, const std::wstring& stateFolder,
+LogonAuthority::LogonAuthority(const World& world, std::unique_ptr<Domain> domain,
                                std::function<void(const std::string&)> say,
                                std::function<void(DWORD)> sleep)
-    : world_(world),
-      issuerPath_(stateFolder + L"\\ca.cer"),
-      say_(std::move(say)),
-      sleep_(std::move(sleep))
+    : world_(world), domain_(std::move(domain)), say_(std::move(say)), sleep_(std::move(sleep))
 {
 }
 
@@ -53,7 +38,7 @@ NTSTATUS LogonAuthority::LogOn(std::span<const unsigned char> buffer, ULONG pack
         say_("the domain takes its time");
         sleep_(world_.lsa.delayMs);
     }
-    const NTSTATUS status = StatusOf(Judge(*logon));
+    const NTSTATUS status = Judge(*logon);
     if (!world_.lsa.verdict) {
         return status;
     }
@@ -64,37 +49,28 @@ NTSTATUS LogonAuthority::LogOn(std::span<const unsigned char> buffer, ULONG pack
 bool LogonAuthority::CardSigns(std::string& reason)
 {
     std::wstring problem;
-    const bool signs = AskForSignature(FreshNonce(), problem).has_value();
+    const bool signs = AskForSignature(RandomBytes(32), problem).has_value();
     reason = ToUtf8(problem);
     return signs;
 }
 
-Verdict LogonAuthority::Judge(const CertificateLogon& logon)
+NTSTATUS LogonAuthority::Judge(const CertificateLogon& logon)
 {
     CardInReader card;
-    Verdict verdict = FindCard(logon.card, card);
+    const Verdict verdict = FindCard(logon.card, card);
     if (verdict != Verdict::kAccepted) {
-        return verdict;
+        return StatusOf(verdict);
     }
     if (logon.pinChars != 0) {
         say_("the armed card takes no PIN, and the buffer holds one");
-        return Verdict::kWrongPin;
+        return StatusOf(Verdict::kWrongPin);
     }
     const UniqueCertificate certificate = ReadCertificate(card.certificate);
     if (!certificate) {
         say_("what the card holds is no certificate");
-        return Verdict::kCertificateUnfit;
+        return StatusOf(Verdict::kCertificateUnfit);
     }
-    if (world_.directory.answer == DirectoryAnswer::kUnreachable ||
-        world_.directory.answer == DirectoryAnswer::kNever) {
-        say_("no domain controller answers");
-        return Verdict::kNoLogonServers;
-    }
-    verdict = SignNonce(*certificate.Get());
-    if (verdict == Verdict::kAccepted) {
-        verdict = JudgeCertificate(*certificate.Get());
-    }
-    return verdict == Verdict::kAccepted ? JudgeAccount(*certificate.Get(), logon) : verdict;
+    return domain_->LogOn(*certificate.Get(), UpnOf(logon.domain, logon.user));
 }
 
 Verdict LogonAuthority::FindCard(const CardReference& reference, CardInReader& card)
@@ -125,75 +101,6 @@ Verdict LogonAuthority::FindCard(const CardReference& reference, CardInReader& c
     }
     say_("reader, card, container and provider are there");
     return Verdict::kAccepted;
-}
-
-Verdict LogonAuthority::SignNonce(const CERT_CONTEXT& certificate)
-{
-    const std::array<unsigned char, 32> nonce = FreshNonce();
-    std::wstring problem;
-    const auto signature = AskForSignature(nonce, problem);
-    if (!signature) {
-        say_("the card does not sign: " + ToUtf8(problem));
-        return Verdict::kGateClosed;
-    }
-    if (!Verifies(certificate, nonce, *signature)) {
-        say_("the card's signature is not by the key of its certificate");
-        return Verdict::kGateClosed;
-    }
-    say_("the card signed a fresh nonce, and its certificate's key verifies the signature");
-    return Verdict::kAccepted;
-}
-
-Verdict LogonAuthority::JudgeCertificate(const CERT_CONTEXT& certificate)
-{
-    say_("certificate of " + SubjectOf(certificate) + ", valid until " + ValidUntil(certificate));
-    const auto issuer = ReadWholeFile(issuerPath_);
-    if (!issuer || !IssuedBy(certificate, ViewOf(issuer->View()))) {
-        say_("its issuer, " + IssuerOf(certificate) + ", is not trusted by the domain");
-        return Verdict::kIssuerUntrusted;
-    }
-    if (!ValidNow(certificate)) {
-        say_("it is not valid today");
-        return Verdict::kCertificateExpired;
-    }
-    if (world_.card.revoked) {
-        say_("its issuer has revoked it");
-        return Verdict::kCertificateRevoked;
-    }
-    if (!AllowsSmartCardLogon(certificate)) {
-        say_("it is not meant for smart-card logon");
-        return Verdict::kCertificateUnfit;
-    }
-    say_("issued by " + IssuerOf(certificate) + ", not revoked, meant for smart-card logon");
-    return Verdict::kAccepted;
-}
-
-Verdict LogonAuthority::JudgeAccount(const CERT_CONTEXT& certificate, const CertificateLogon& logon)
-{
-    const std::wstring upn = UpnOfCertificate(certificate);
-    if (!KnowsAccount(upn)) {
-        say_("the domain has no account " + Quoted(upn));
-        return Verdict::kNoSuchUser;
-    }
-    const std::wstring asked = UpnOf(logon.domain, logon.user);
-    if (!EqualIgnoringCase(asked, upn)) {
-        say_("the certificate is for " + Quoted(upn) + ", the buffer names " + Quoted(asked));
-        return Verdict::kNoSuchUser;
-    }
-    say_("the certificate names " + Quoted(upn) + ", the account that the buffer asks for");
-    return Verdict::kAccepted;
-}
-
-bool LogonAuthority::KnowsAccount(const std::wstring& upn) const
-{
-    const auto is = [&](const std::wstring& account) { return EqualIgnoringCase(account, upn); };
-    const bool ofCredential = std::ranges::any_of(
-        world_.credentials, [&](const CredentialWorld& credential) { return is(credential.upn); });
-    return ofCredential || std::ranges::any_of(world_.users, [&](const UserWorld& user) {
-               const std::size_t slash = user.qualifiedName.find(L'\\');
-               return user.provider == UserProvider::kOther && slash != std::wstring::npos &&
-                      is(user.qualifiedName.substr(slash + 1) + L"@" + world_.directory.upnSuffix);
-           });
 }
 
 std::wstring LogonAuthority::UpnOf(const std::wstring& domain, const std::wstring& user) const

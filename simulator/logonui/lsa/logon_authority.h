@@ -3,27 +3,25 @@
 #include <windows.h>
 
 #include <functional>
+#include <memory>
 #include <span>
 #include <string>
-#include <vector>
 
 #include "cardservice/reader_client.h"
-#include "logonui/lsa/card_certificate.h"
 #include "logonui/lsa/certificate_logon.h"
+#include "logonui/lsa/domain.h"
 #include "logonui/lsa/verdicts.h"
 #include "world/world.h"
 
 namespace kelvor::simulator {
 
-// Plays the local security authority and the domain controller behind it: takes the logon buffer
-// apart, finds the card, the reader, the container and the provider that it names, has the card
-// sign a fresh nonce, and judges the certificate and the account as a domain controller does.
-// Believes nothing of the module under test.
+// Plays the local security authority: takes the logon buffer apart, finds the card, the reader, the
+// container and the provider that it names, and asks the domain to log the account on. Believes
+// nothing of the module under test.
 class LogonAuthority {
  public:
-    // The domain trusts the certification authority of the state folder. `say` gets each finding
-    // as a line of text; `sleep` lets so many milliseconds pass.
-    LogonAuthority(const World& world, const std::wstring& stateFolder,
+    // `say` gets each finding as a line of text; `sleep` lets so many milliseconds pass.
+    LogonAuthority(const World& world, std::unique_ptr<Domain> domain,
                    std::function<void(const std::string&)> say, std::function<void(DWORD)> sleep);
 
     // The NTSTATUS of the logon. Blocks as long as the world wants it to.
@@ -33,18 +31,14 @@ class LogonAuthority {
     static bool CardSigns(std::string& reason);
 
  private:
-    Verdict Judge(const CertificateLogon& logon);
+    NTSTATUS Judge(const CertificateLogon& logon);
     // Finds what the buffer's card block names.
     Verdict FindCard(const CardReference& reference, CardInReader& card);
-    Verdict SignNonce(const CERT_CONTEXT& certificate);
-    Verdict JudgeCertificate(const CERT_CONTEXT& certificate);
-    Verdict JudgeAccount(const CERT_CONTEXT& certificate, const CertificateLogon& logon);
-    bool KnowsAccount(const std::wstring& upn) const;
     // The UPN that a domain and a user name of the buffer mean.
     std::wstring UpnOf(const std::wstring& domain, const std::wstring& user) const;
 
     const World& world_;
-    const std::wstring issuerPath_;
+    const std::unique_ptr<Domain> domain_;
     const std::function<void(const std::string&)> say_;
     const std::function<void(DWORD)> sleep_;
 };

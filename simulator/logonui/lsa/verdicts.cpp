@@ -15,19 +15,14 @@ struct VerdictRow {
 
 // From ntstatus.h; which one a refusal gets is what a domain controller was seen to answer.
 constexpr VerdictRow kVerdicts[] = {
-    {Verdict::kAccepted, 0x00000000},
-    {Verdict::kMalformedBuffer, 0xC000000D},
-    {Verdict::kNoLogonServers, 0xC000005E},
-    {Verdict::kNoSuchUser, 0xC0000064},
-    {Verdict::kNoCard, 0xC0000383},
-    {Verdict::kNoContainer, 0xC0000384},
-    {Verdict::kGateClosed, 0xC0000321},
-    {Verdict::kWrongPin, 0xC0000380},
-    {Verdict::kCertificateRevoked, 0xC0000389},
-    {Verdict::kIssuerUntrusted, 0xC000038A},
-    {Verdict::kRevocationOffline, 0xC000038B},
-    {Verdict::kCertificateUnfit, 0xC000038C},
-    {Verdict::kCertificateExpired, 0xC000038D},
+    {Verdict::kAccepted, 0x00000000},           {Verdict::kMalformedBuffer, 0xC000000D},
+    {Verdict::kNoLogonServers, 0xC000005E},     {Verdict::kNoSuchUser, 0xC0000064},
+    {Verdict::kNoCertificateLogon, 0xC00000BB}, {Verdict::kNameMismatch, 0xC00002F9},
+    {Verdict::kKdcUntrusted, 0xC0000320},       {Verdict::kNoCard, 0xC0000383},
+    {Verdict::kNoContainer, 0xC0000384},        {Verdict::kGateClosed, 0xC0000321},
+    {Verdict::kWrongPin, 0xC0000380},           {Verdict::kCertificateRevoked, 0xC0000389},
+    {Verdict::kIssuerUntrusted, 0xC000038A},    {Verdict::kRevocationOffline, 0xC000038B},
+    {Verdict::kCertificateUnfit, 0xC000038C},   {Verdict::kCertificateExpired, 0xC000038D},
 };
 
 }  // namespace

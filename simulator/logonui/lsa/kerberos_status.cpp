@@ -1,0 +1,48 @@
+#include "logonui/lsa/kerberos_status.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace kelvor::simulator {
+namespace {
+
+struct ErrorRow {
+    int error;
+    unsigned long status;
+};
+
+// Ascending by error.
+constexpr ErrorRow kErrors[] = {
+    {1, 0xC0000193},   // KDC_ERR_NAME_EXP: STATUS_ACCOUNT_EXPIRED
+    {6, 0xC0000064},   // KDC_ERR_C_PRINCIPAL_UNKNOWN: STATUS_NO_SUCH_USER
+    {9, 0xC0000322},   // KDC_ERR_NULL_KEY: STATUS_NO_KERB_KEY
+    {12, 0xC000006E},  // KDC_ERR_POLICY: STATUS_ACCOUNT_RESTRICTION
+    {16, 0xC00000BB},  // KDC_ERR_PADATA_TYPE_NOSUPP: STATUS_NOT_SUPPORTED
+    {18, 0xC0000072},  // KDC_ERR_CLIENT_REVOKED: STATUS_ACCOUNT_DISABLED
+    {23, 0xC0000071},  // KDC_ERR_KEY_EXPIRED: STATUS_PASSWORD_EXPIRED
+    {37, 0xC0000133},  // KRB_AP_ERR_SKEW: STATUS_TIME_DIFFERENCE_AT_DC
+    {62, 0xC000038C},  // KDC_ERR_CLIENT_NOT_TRUSTED: STATUS_PKINIT_CLIENT_FAILURE
+    {63, 0xC0000320},  // KDC_ERR_KDC_NOT_TRUSTED: STATUS_PKINIT_FAILURE
+    {64, 0xC000038C},  // KDC_ERR_INVALID_SIG: STATUS_PKINIT_CLIENT_FAILURE
+    {70, 0xC000038A},  // KDC_ERR_CANT_VERIFY_CERTIFICATE: STATUS_ISSUING_CA_UNTRUSTED
+    {71, 0xC000038C},  // KDC_ERR_INVALID_CERTIFICATE: STATUS_PKINIT_CLIENT_FAILURE
+    {72, 0xC0000389},  // KDC_ERR_REVOKED_CERTIFICATE: STATUS_SMARTCARD_CERT_REVOKED
+    {73, 0xC000038B},  // KDC_ERR_REVOCATION_STATUS_UNKNOWN: STATUS_REVOCATION_OFFLINE_C
+    {74, 0xC000038B},  // KDC_ERR_REVOCATION_STATUS_UNAVAILABLE: STATUS_REVOCATION_OFFLINE_C
+    {75, 0xC00002F9},  // KDC_ERR_CLIENT_NAME_MISMATCH: STATUS_PKINIT_NAME_MISMATCH
+    {76, 0xC0000320},  // KDC_ERR_KDC_NAME_MISMATCH: STATUS_PKINIT_FAILURE
+    {77, 0xC000038C},  // KDC_ERR_INCONSISTENT_KEY_PURPOSE: STATUS_PKINIT_CLIENT_FAILURE
+};
+static_assert(std::ranges::is_sorted(kErrors, {}, &ErrorRow::error));
+
+constexpr unsigned long kLogonFailure = 0xC000006D;
+
+}  // namespace
+
+NTSTATUS StatusOfKerberosError(int error) noexcept
+{
+    const auto* const row = std::ranges::find(kErrors, error, &ErrorRow::error);
+    return static_cast<NTSTATUS>(row != std::end(kErrors) ? row->status : kLogonFailure);
+}
+
+}  // namespace kelvor::simulator
