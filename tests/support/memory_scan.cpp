@@ -1,16 +1,26 @@
 #include "support/memory_scan.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 
 namespace kelvor::test {
 namespace {
 
-// What an image holds for reading only, code and tables, came from its file.
+// What a file was mapped for reading only, such as code and tables, holds what the file does.
 bool IsFromFile(const MEMORY_BASIC_INFORMATION& region)
 {
     constexpr DWORD kUnwritable = PAGE_READONLY | PAGE_EXECUTE_READ;
-    return region.Type == MEM_IMAGE && (region.Protect & kUnwritable) != 0;
+    return region.Type != MEM_PRIVATE && (region.Protect & kUnwritable) != 0;
+}
+
+// Most memory is zero, and no piece has two zeros in a row.
+bool AreZero(const unsigned char* eightBytes)
+{
+    std::uint64_t word = 0;
+    std::memcpy(&word, eightBytes, sizeof word);
+    return word == 0;
 }
 
 bool CanRead(const MEMORY_BASIC_INFORMATION& region)
@@ -106,6 +116,9 @@ void ForbiddenSearch::Look(const unsigned char* memory, std::size_t sizeBytes,
                            std::vector<std::string>& places, const unsigned char* original) const
 {
     for (std::size_t at = 0; at + ForbiddenBytes::kPieceBytes <= sizeBytes; ++at) {
+        while (at + ForbiddenBytes::kPieceBytes + 7 <= sizeBytes && AreZero(memory + at)) {
+            at += 7;
+        }
         if (!isStart_.test(StartOf(memory[at] ^ ForbiddenBytes::kMask,
                                    memory[at + 1] ^ ForbiddenBytes::kMask))) {
             continue;

@@ -82,8 +82,8 @@ class ForbiddenSearch {
     std::bitset<65536> isStart_;  // by the first two bytes, masked
 };
 
-// Looks through all memory of this process that can be read: heaps, stacks, data, mapped files; but
-// for the parts of images that nobody can have written to.
+// Looks through all memory of this process that can be read: heaps, stacks, data; but not what
+// files were mapped for reading only.
 // Answers one line for each piece found. To be called while no other thread of ours works.
 std::vector<std::string> FindInMemory(const std::vector<ForbiddenBytes>& forbidden);
 
