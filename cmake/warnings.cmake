@@ -4,7 +4,7 @@ target_compile_definitions(kelvor_options INTERFACE
   UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00)
 if(MSVC)
   target_compile_options(kelvor_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:
-    /W4 /WX /permissive- /Zc:__cplusplus /utf-8 /Brepro>)
+    /W4 /WX /permissive- /Zc:__cplusplus /utf-8 /Brepro /guard:cf>)
   target_link_options(kelvor_options INTERFACE /Brepro)
 else()
   # The prefix map makes an object the same bytes wherever the tree lies.
