@@ -49,5 +49,5 @@ SECTIONS = (
         "memory", "Misused memory and undefined behaviour",
         "The whole suite on two other builds of the same sources: one whose every allocation ends at"
         " a guard page and vanishes when it is freed, one that traps at undefined behaviour.",
-        10, "python3 -B tests/trust/memory/suite.py --report {report}"),
+        10, "python3 -B tests/trust/memory/suite.py {minutes} --report {report}"),
 )

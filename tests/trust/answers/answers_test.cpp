@@ -142,15 +142,15 @@ TEST_CASE("Answers to the setting up of a PC may take their time and no more")
 
 TEST_CASE("Made-up answers about a touch of the key lead where they have to")
 {
-    PlayMadeUp(Road::kTile, 700, 60, "made-up answers about a touch");
+    PlayMadeUp(Road::kTile, 900, 60, "made-up answers about a touch");
 }
 
 TEST_CASE("Made-up answers on the tile of nobody lead where they have to")
 {
-    PlayMadeUp(Road::kOtherUser, 250, 20, "made-up answers on the tile of nobody");
+    PlayMadeUp(Road::kOtherUser, 350, 20, "made-up answers on the tile of nobody");
 }
 
 TEST_CASE("Made-up answers to the setting up of a PC lead where they have to")
 {
-    PlayMadeUp(Road::kFreshPc, 250, 20, "made-up answers to a set-up");
+    PlayMadeUp(Road::kFreshPc, 350, 20, "made-up answers to a set-up");
 }
