@@ -22,10 +22,16 @@ import sections
 import tree
 
 
+def whole_minutes(text):
+    if not text.isdecimal() or int(text) == 0:
+        raise argparse.ArgumentTypeError(f"'{text}' is not a number of minutes")
+    return int(text)
+
+
 def arguments():
     names = [section.name for section in sections.SECTIONS]
     parser = argparse.ArgumentParser(prog="./run trust", add_help=False)
-    parser.add_argument("--minutes", type=int)
+    parser.add_argument("--minutes", type=whole_minutes)
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--keep", action="store_true")
     parser.add_argument("--list", action="store_true")
