@@ -33,6 +33,9 @@ kKdcTools="$kDemoTools
 g++ g++
 openssl openssl
 python3 python3"
+kFidelityTools="$kDemoTools
+python3 python3
+unshare util-linux"
 kTestTools="$kPreviewTools
 $kPackageTools
 $kFuzzTools

@@ -5,7 +5,9 @@
 # The names of the packages, and of those which they need beside what is installed.
 needed_packages() {
     apt-get -s -o Debug::NoLocking=1 --no-install-recommends install "$@" 2>/dev/null |
-        awk '/^Inst / { print $2 }' | grep -E '^(krb5-|lib|comerr-dev$|faketime$)' | sort -u
+        awk -v wanted=" $* " '/^Inst / && ($2 ~ /^(krb5-|lib|comerr-dev$)/ || index(wanted, " " $2 " ")) {
+            print $2
+        }' | sort -u
 }
 
 # unpack_packages FOLDER NAME...
