@@ -43,6 +43,13 @@ openssl openssl
 clang-format-14 clang-format-14
 clang-tidy-14 clang-tidy-14
 git git"
+kBenchTools="$kDemoTools
+g++ g++
+/usr/include/nlohmann/json.hpp nlohmann-json3-dev
+/usr/include/jsmn.h libjsmn-dev
+/usr/include/simdjson.h libsimdjson-dev
+python3 python3
+git git"
 kCoverageTools="$kTestTools
 x86_64-w64-mingw32-gcov-win32 gcc-mingw-w64-x86-64-win32"
 

@@ -14,7 +14,7 @@ import tree
 
 FLAGS = ["-std=c++20", "-fsyntax-only", "-Wall", "-Wextra", "-Wpedantic", "-Wconversion",
          "-Wshadow", "-Werror", "-DUNICODE", "-D_UNICODE", "-DWIN32_LEAN_AND_MEAN", "-DNOMINMAX",
-         "-D_WIN32_WINNT=0x0A00", "-Isrc", "-Iadmin/tool", "-Isimulator", "-Itests",
+         "-D_WIN32_WINNT=0x0A00", "-Isrc", "-Iadmin/tool", "-Isimulator", "-Itests", "-Ibench",
          "-Itests/support"]
 
 # Where sources are compiled without a precompiled header.

@@ -1,0 +1,118 @@
+"""What each row of the table has to reach, and what is said about it when it is read."""
+
+
+def median(samples):
+    ordered = sorted(samples)
+    middle = len(ordered) // 2
+    return ordered[middle] if len(ordered) % 2 else (ordered[middle - 1] + ordered[middle]) / 2
+
+
+def percentile(samples, percent):
+    ordered = sorted(samples)
+    return ordered[min(len(ordered) - 1, len(ordered) * percent // 100)]
+
+
+def spread(samples):
+    """From the lower to the upper quartile."""
+    return percentile(samples, 25), percentile(samples, 75)
+
+
+class Line:
+    """One line of the table. `reached` is None where there is nothing to reach."""
+
+    def __init__(self, row, case, module, bare, ratio, limit, reached, samples=0):
+        self.row, self.case, self.module, self.bare = row, case, module, bare
+        self.ratio, self.limit, self.reached, self.samples = ratio, limit, reached, samples
+
+    def cells(self):
+        word = {True: "yes", False: "**no**", None: "–"}[self.reached]
+        name = self.row + (f", {self.case}" if self.case else "")
+        return [name, self.module, self.bare, self.ratio, self.limit, word]
+
+
+def duration(us):
+    for factor, unit in ((1e6, "s"), (1e3, "ms"), (1, "µs")):
+        if us >= factor:
+            return f"{us / factor:.3g} {unit}"
+    return f"{us * 1e3:.3g} ns"
+
+
+def timed(samples):
+    low, high = spread(samples)
+    return f"{duration(median(samples))} ({duration(low)} – {duration(high)})"
+
+
+def at_most(figure, side, limit):
+    """A row of two sides: the ratio of their medians."""
+    module, bare = figure["sides"]["module"], figure["sides"][side]
+    ratio = median(module) / median(bare)
+    return Line(figure["row"], figure["case"], timed(module), timed(bare), f"{ratio:.2f}",
+                f"≤ {limit}", ratio <= limit, len(module))
+
+
+def look_up(figure):
+    """Each peer in a line: the module has to be faster than those that make a tree."""
+    module = figure["sides"]["module"]
+    for peer, samples in figure["sides"].items():
+        if peer == "module":
+            continue
+        ratio = median(module) / median(samples)
+        must = peer in ("RapidJSON", "nlohmann::json")
+        yield Line(figure["row"], f"{figure['case']}, {peer}", timed(module), timed(samples),
+                   f"{ratio:.2f}", "< 1" if must else "reported", ratio < 1 if must else None,
+                   len(module))
+
+
+def extra_blocks(figure):
+    blocks = int(figure["sides"]["module"][0])
+    return Line(figure["row"], figure["case"], str(blocks), "–", "–", "0", blocks == 0, 1)
+
+
+def in_proportion(figures):
+    """Each step of the account filter against the one before it."""
+    before = None
+    for figure in figures:
+        samples = figure["sides"]["module"]
+        count = int(figure["case"].split()[0])
+        if before:
+            ratio = median(samples) / before[1]
+            factor = count / before[0]
+            yield Line(figure["row"], figure["case"], timed(samples), duration(before[1]),
+                       f"{ratio:.2f}", f"≤ {factor:.3g}", ratio <= factor, len(samples))
+        else:
+            yield Line(figure["row"], figure["case"], timed(samples), "–", "–", "–", None,
+                       len(samples))
+        before = count, median(samples)
+
+
+def a_user(figures):
+    """What one more user costs, from each number of users to the next, and whether it stays so."""
+    points = [(int(figure["case"].split()[0]), figure) for figure in figures]
+    costs = []
+    for (few, first), (many, second) in zip(points, points[1:]):
+        cost = {side: (median(second["sides"][side]) - median(first["sides"][side])) / (many - few)
+                for side in ("module", "bare")}
+        costs.append(cost["module"])
+        ratio = cost["module"] / cost["bare"]
+        yield Line("enumeration, a user more", f"{few} to {many}", duration(cost["module"]),
+                   duration(cost["bare"]), f"{ratio:.2f}", "≤ 1.2", ratio <= 1.2,
+                   len(second["sides"]["module"]))
+    bend = costs[-1] / costs[-2]
+    yield Line("enumeration, a straight line", "1,000 against 100 users", duration(costs[-1]),
+               duration(costs[-2]), f"{bend:.2f}", "≤ 1.2", bend <= 1.2)
+
+
+def memory(kib):
+    """Private bytes by process: with the empty COM server, and with 1, 10 and 1,000 tiles."""
+    empty = median(kib["memory-empty"])
+    for case, tiles in (("memory-1", 1), ("memory-10", 10), ("memory-1000", 1000)):
+        samples = kib[case]
+        low, high = spread(samples)
+        more = median(samples) - empty
+        yield Line("memory", f"{tiles:,} tile" + ("s" if tiles > 1 else ""),
+                   f"{median(samples):,.0f} KiB ({low:,.0f} – {high:,.0f})", f"{empty:,.0f} KiB",
+                   f"+{more:,.0f} KiB", "≤ +256 KiB" if tiles == 1 else "reported",
+                   more <= 256 if tiles == 1 else None, len(samples))
+    a_tile = (median(kib["memory-1000"]) - median(kib["memory-10"])) / 990
+    yield Line("enumeration, memory of a tile", "its strings included", f"{a_tile:.2f} KiB", "–",
+               "–", "≤ 4 KiB", a_tile <= 4, len(kib["memory-1000"]))

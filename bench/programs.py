@@ -1,0 +1,36 @@
+"""Runs the programs of the benchmark and reads what they print: one figure a line, in JSON."""
+import json
+import os
+import subprocess
+import sys
+
+ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+
+
+class Programs:
+    def __init__(self, build, native, prefix):
+        self.folder = os.path.join(build, "bench")
+        self.native = native
+        self.prefix = prefix
+
+    def row(self, name, *arguments):
+        return self._read(self._wine("kelvor_bench.exe", name, *arguments))
+
+    def json(self, samples):
+        return self._read(self._wine("kelvor_bench_json.exe", str(samples)))
+
+    def json_native(self, samples):
+        return self._read([os.path.join(self.native, "kelvor_bench_json_native"), str(samples)])
+
+    def _wine(self, program, *arguments):
+        place = ["--in", self.prefix] if self.prefix else []
+        return [os.path.join(ROOT, "scripts", "under_wine"), *place,
+                os.path.join(self.folder, program), *map(str, arguments)]
+
+    @staticmethod
+    def _read(command):
+        result = subprocess.run(command, stdout=subprocess.PIPE, cwd=ROOT)
+        if result.returncode:
+            sys.exit(f"bench.py: {' '.join(command[-3:])} ended with {result.returncode}")
+        lines = result.stdout.decode().splitlines()
+        return [json.loads(line) for line in lines if line.startswith("{")]
