@@ -13,10 +13,12 @@ import subprocess
 import sys
 import time
 
-from debian import DebianTree
 from virtual_card import ATR, VirtualCard
 
 TREE = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+sys.path.insert(0, os.path.join(TREE, "fidelity"))
+from debian import DebianTree  # noqa: E402
+
 PAGE = os.path.join(TREE, "docs", "pcsc.txt")
 PROBE = os.path.join(TREE, "build", "mingw", "bin", "KelvorFidelityProbe.exe")
 SETTINGS = r"HKLM\SOFTWARE\KelvorDirectoryFidoLogon\SmartCard"

@@ -6,8 +6,10 @@ import subprocess
 
 SUITE = "trixie"
 MIRROR = "http://deb.debian.org/debian"
-# What Wine loads, and pcscd: the latter is unpacked, since its package wants a login manager.
-INCLUDED = "wine,wine64,libgnutls30t64,libpcsclite1,libpolkit-gobject-1-0,libsystemd0,libudev1"
+# Wine and what it loads, what the tests are called by, what pcscd loads. The latter is unpacked, since
+# its package wants a login manager.
+INCLUDED = ("wine,wine64,libgnutls30t64,libpcsclite1,cmake,python3,"
+            "libpolkit-gobject-1-0,libsystemd0,libudev1")
 UNPACKED = ("pcscd", "vsmartcard-vpcd")
 # A program of the tree sees its own processes and files; all of them end with the one in front.
 ENTER = """
