@@ -57,8 +57,8 @@ TEST_CASE("A card service that does not run is told from one that does not answe
     pc.service.Stop();
     CHECK(pc.Says("card service") ==
           Fail("card service", "the card service is not running (0x80070426)",
-               "Start the card service and set it to start automatically; install it if it is "
-               "missing. It is a product of its own."));
+               "Start the card service and set it to start by itself; install it if it is "
+               "missing: it is a product of its own."));
 }
 
 TEST_CASE("A card service that refuses may answer SYSTEM all the same")

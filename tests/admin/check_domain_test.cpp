@@ -51,7 +51,7 @@ TEST_CASE("Without a domain controller nobody signs in, and no account is asked 
           Fail("domain controller", "no domain controller could be located (Windows error 1355)",
                "Check network and VPN, then \"nltest /dsgetdc:DOMAIN\". This PC's DNS servers must "
                "be the domain's: \"nslookup -type=SRV _ldap._tcp.dc._msdcs.DOMAIN\" has to list "
-               "domain controllers. See that the PC is joined: \"systeminfo\" names its domain."));
+               "domain controllers. See that the PC is joined: systeminfo names its domain."));
     CHECK(pc.Says("account") == Skip("account", "CORP\\alice: no domain controller can be asked"));
     CHECK(pc.directory.Calls().Count("TranslateNameW") == 0);
     pc.directory.SetLocatorFailure(87);

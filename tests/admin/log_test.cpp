@@ -3,7 +3,6 @@
 
 #include <cstdio>
 
-#include "log/advice.h"
 #include "log/attempts.h"
 #include "log/views.h"
 #include "written.h"
@@ -86,16 +85,6 @@ std::vector<std::string> PhasesOf(const Attempt& attempt)
         phases.push_back(std::string(phase.name) + " " + std::to_string(phase.durationMs));
     }
     return phases;
-}
-
-// The page of advice as short as it can be.
-AdviceBook SmallBook()
-{
-    return AdviceBook(
-        "| text | cause | what to do |\n|---|---|---|\n"
-        "| \"the card service is busy; try again\" | nobody was free | wait |\n"
-        "| \"one\", \"that key is another's — use the \"Other user\" tile\" | mixed up | change |\n"
-        "| 0xC0000064 `STATUS_NO_SUCH_USER` | \"Unknown.\" | look | map it |\n");
 }
 
 }  // namespace
@@ -225,23 +214,6 @@ TEST_CASE("Times are read with a day alone, with minutes, seconds and millisecon
         CAPTURE(text);
         CHECK_FALSE(ParseTime(text).has_value());
     }
-}
-
-TEST_CASE("The page of advice is asked by the text on the tile, whatever stands before it")
-{
-    const AdviceBook book = SmallBook();
-    const Advice* busy = book.For("Sign-in failed: the card service is busy; try again");
-    REQUIRE(busy != nullptr);
-    CHECK(busy->cause == "nobody was free");
-    CHECK(busy->remedy == "wait");
-    const Advice* tile = book.For("that key is another's — use the \"Other user\" tile");
-    REQUIRE(tile != nullptr);
-    CHECK(tile->remedy == "change");
-    const Advice* code = book.For("Unknown.");
-    REQUIRE(code != nullptr);
-    CHECK(code->cause == "the domain refused, code 0xC0000064 `STATUS_NO_SUCH_USER`");
-    CHECK(code->remedy == "on this PC: look; on the domain controller: map it");
-    CHECK(book.For("the service's own words") == nullptr);
 }
 
 TEST_CASE("A timeline shows where in the attempt each phase lies")

@@ -5,7 +5,7 @@
 #include "cardsvc/commands.h"
 #include "cardsvc/utf_text.h"
 #include "check/checks.h"
-#include "explain/code_text.h"
+#include "console/code_text.h"
 #include "explain/meaning.h"
 #include "settings/settings.h"
 

@@ -1,7 +1,7 @@
 #include <windows.h>
 
 #include "check/checks.h"
-#include "explain/code_text.h"
+#include "console/code_text.h"
 #include "sclogon/auth_package.h"
 
 namespace kelvor::admin {

@@ -8,8 +8,8 @@
 
 #include "cardsvc/utf_text.h"
 #include "check/checks.h"
+#include "console/code_text.h"
 #include "console/version.h"
-#include "explain/code_text.h"
 
 namespace kelvor::admin {
 namespace {

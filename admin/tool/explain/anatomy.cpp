@@ -1,7 +1,7 @@
 #include <cstdint>
 #include <string>
 
-#include "explain/code_text.h"
+#include "console/code_text.h"
 #include "explain/meaning.h"
 
 namespace kelvor::admin {

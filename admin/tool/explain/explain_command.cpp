@@ -2,7 +2,7 @@
 
 #include "cardsvc/utf_text.h"
 #include "console/arguments.h"
-#include "explain/code_text.h"
+#include "console/code_text.h"
 #include "explain/meaning.h"
 
 namespace kelvor::admin {

@@ -2,14 +2,12 @@
 
 #include <windows.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
-#include <span>
 
+#include "advice/advice_book.h"
 #include "cardsvc/utf_text.h"
-#include "explain/code_text.h"
-#include "explain/remedies.h"
+#include "console/code_text.h"
 #include "fido/key_error_text.h"
 #include "signin/nt_status_text.h"
 
@@ -20,19 +18,18 @@ constexpr std::uint32_t kNtBit = 0x10000000;  // FACILITY_NT_BIT: an NTSTATUS in
 constexpr std::uint32_t kWin32Mask = 0xFFFF0000;
 constexpr std::uint32_t kWin32Hresult = 0x80070000;  // HRESULT_FROM_WIN32
 
-std::optional<Meaning> Find(std::span<const Remedy> remedies, std::uint32_t code,
-                            const char* family)
+std::optional<Meaning> Find(CodeFamily family, std::uint32_t code, const char* familyName)
 {
-    const auto remedy = std::ranges::find(remedies, code, &Remedy::code);
-    if (remedy == remedies.end()) {
+    const CodeAdvice* const found = TheAdviceBook().For(family, code);
+    if (found == nullptr) {
         return std::nullopt;
     }
-    return Meaning{.family = family,
+    return Meaning{.family = familyName,
                    .code = HexCode(code),
-                   .name = remedy->name,
-                   .userText = remedy->seen != nullptr ? Utf16ToUtf8(remedy->seen) : std::string(),
-                   .cause = remedy->cause,
-                   .remedy = remedy->remedy};
+                   .name = found->name,
+                   .userText = found->text,
+                   .cause = found->advice.cause,
+                   .remedy = found->advice.remedy};
 }
 
 // An HRESULT that wraps a code of another family, named by both.
@@ -50,7 +47,7 @@ std::optional<Meaning> Opened(std::optional<Meaning> inner, std::uint32_t hr, co
 
 std::optional<Meaning> MeaningOfNtStatus(std::uint32_t status)
 {
-    auto meaning = Find(NtStatusRemedies(), status, "NTSTATUS");
+    auto meaning = Find(CodeFamily::kNtStatus, status, "NTSTATUS");
     if (meaning && status != 0) {
         meaning->userText = Utf16ToUtf8(NtStatusText(static_cast<LONG>(status)).text);
     }
@@ -59,7 +56,7 @@ std::optional<Meaning> MeaningOfNtStatus(std::uint32_t status)
 
 std::optional<Meaning> MeaningOfHresult(std::uint32_t hr)
 {
-    if (auto meaning = Find(HresultRemedies(), hr, "HRESULT")) {
+    if (auto meaning = Find(CodeFamily::kHresult, hr, "HRESULT")) {
         return meaning;
     }
     if ((hr & kNtBit) != 0) {
@@ -73,7 +70,7 @@ std::optional<Meaning> MeaningOfHresult(std::uint32_t hr)
 
 std::optional<Meaning> MeaningOfSystemError(std::uint32_t error)
 {
-    auto meaning = Find(SystemErrorRemedies(), error, "Windows error");
+    auto meaning = Find(CodeFamily::kSystemError, error, "Windows error");
     if (meaning) {
         meaning->code = std::to_string(error);
     }
@@ -82,7 +79,8 @@ std::optional<Meaning> MeaningOfSystemError(std::uint32_t error)
 
 std::optional<Meaning> MeaningOfKeyCode(std::int32_t code)
 {
-    auto meaning = Find(KeyCodeRemedies(), static_cast<std::uint32_t>(code), "security-key code");
+    auto meaning =
+        Find(CodeFamily::kKeyCode, static_cast<std::uint32_t>(code), "security-key code");
     if (meaning) {
         std::array<char, 8> hex = {};
         std::snprintf(hex.data(), hex.size(), "0x%02X", static_cast<unsigned>(code));

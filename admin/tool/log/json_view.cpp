@@ -1,5 +1,5 @@
+#include "advice/advice_book.h"
 #include "console/json_writer.h"
-#include "log/advice.h"
 #include "log/views.h"
 
 namespace kelvor::admin {

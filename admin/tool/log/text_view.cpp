@@ -2,7 +2,7 @@
 #include <array>
 #include <cstdio>
 
-#include "log/advice.h"
+#include "advice/advice_book.h"
 #include "log/views.h"
 
 namespace kelvor::admin {

@@ -1,4 +1,4 @@
-#include "explain/code_text.h"
+#include "console/code_text.h"
 
 #include <array>
 #include <cstdio>
