@@ -5,6 +5,7 @@ BIN holds the programs, FOLDER the packages that the case `build` makes for the 
 finds in registry and files is compared with what was there before, but for Windows Installer's own
 books. The case `every_set` takes an hour and is not run by ctest.
 """
+import contextlib
 import itertools
 import os
 import re
@@ -88,7 +89,12 @@ def registry():
     """(key, value, data) of HKLM\\Software, without Windows Installer's books and the list of installed
     programs. Each key stands there by itself, too."""
     path = os.path.join(FOLDER, "registry.reg")
-    wine("reg", "export", r"HKLM\Software", windows_path(path), "/y")
+    with contextlib.suppress(FileNotFoundError):
+        os.remove(path)  # that of earlier is not to be taken for that of now
+    export = ("reg", "export", r"HKLM\Software", windows_path(path), "/y")
+    if wine(*export).returncode:  # once in a thousand starts Wine fails before the program begins
+        print("the registry could not be read: once more")
+        must("scripts/under_wine", "--in", PREFIX, *export)
     with open(path, encoding="utf-16") as file:
         text = re.sub(r"\\\n *", "", file.read())
     found, key = set(), ""
