@@ -21,15 +21,20 @@ HMODULE LoadKey()
     return library;
 }
 
+// Null when the library lacks it.
 template <class Function>
-Function Resolve(HMODULE library, const char* name)
+Function Find(HMODULE library, const char* name)
 {
-    const FARPROC address = GetProcAddress(library, name);
-    if (address == nullptr) {
-        throw std::runtime_error(std::string("the security-key library has no hands: it lacks ") +
-                                 name);
+    return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(library, name)));
+}
+
+template <class Function>
+Function Needed(Function hand)
+{
+    if (hand == nullptr) {
+        throw std::runtime_error("this security key is not simulated: move it with your own hands");
     }
-    return reinterpret_cast<Function>(reinterpret_cast<void*>(address));
+    return hand;
 }
 
 }  // namespace
@@ -37,39 +42,44 @@ Function Resolve(HMODULE library, const char* name)
 KeyHands::KeyHands()
 {
     const HMODULE library = LoadKey();
-    problem_ = Resolve<simkey_problem_fn>(library, "simkey_problem");
-    insert_ = Resolve<simkey_insert_fn>(library, "simkey_insert");
-    remove_ = Resolve<simkey_remove_fn>(library, "simkey_remove");
-    touch_ = Resolve<simkey_touch_fn>(library, "simkey_touch");
-    answerNext_ = Resolve<simkey_answer_next_fn>(library, "simkey_answer_next");
-    waitsForTouch_ = Resolve<simkey_waits_for_touch_fn>(library, "simkey_waits_for_touch");
+    problem_ = Find<simkey_problem_fn>(library, "simkey_problem");
+    insert_ = Find<simkey_insert_fn>(library, "simkey_insert");
+    remove_ = Find<simkey_remove_fn>(library, "simkey_remove");
+    touch_ = Find<simkey_touch_fn>(library, "simkey_touch");
+    answerNext_ = Find<simkey_answer_next_fn>(library, "simkey_answer_next");
+    waitsForTouch_ = Find<simkey_waits_for_touch_fn>(library, "simkey_waits_for_touch");
 }
 
 void KeyHands::Insert(bool nfc)
 {
-    Require(insert_(nfc ? 1 : 0), "inserting the key");
+    Require(Needed(insert_)(nfc ? 1 : 0), "inserting the key");
 }
 
 void KeyHands::Remove()
 {
-    Require(remove_(), "removing the key");
+    Require(Needed(remove_)(), "removing the key");
 }
 
 void KeyHands::Touch()
 {
-    Require(touch_(), "touching the key");
+    Require(Needed(touch_)(), "touching the key");
 }
 
 void KeyHands::AnswerNext(int code)
 {
-    Require(answerNext_(code), "telling the key what to answer");
+    Require(Needed(answerNext_)(code), "telling the key what to answer");
+}
+
+bool KeyHands::WaitsForTouch() const
+{
+    return waitsForTouch_ != nullptr && waitsForTouch_() != 0;
 }
 
 void KeyHands::Require(int code, const char* what) const
 {
     if (code != 0) {
         throw std::runtime_error(std::string(what) + " failed with " + std::to_string(code) + " " +
-                                 ToUtf8(problem_()));
+                                 ToUtf8(Needed(problem_)()));
     }
 }
 

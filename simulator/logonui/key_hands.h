@@ -6,10 +6,11 @@
 
 namespace kelvor::simulator {
 
-// The software security key that lies beside this program, and the hands of the person at the PC on
-// it. Made before the provider, whose imports Windows then binds to the library of that name which
-// is loaded already, wherever the provider lies. The library stays loaded. Throws
-// std::runtime_error when the library is not the simulator's, or when the key refuses.
+// The security key that lies beside this program, and the hands of the person at the PC on it. Made
+// before the provider, whose imports Windows then binds to the library of that name which is loaded
+// already, wherever the provider lies. The library stays loaded. It may be somebody's own, on
+// trial: then the hands are theirs, too, and each function that moves the key throws
+// std::runtime_error, as when the simulated key refuses.
 class KeyHands {
  public:
     KeyHands();
@@ -20,7 +21,7 @@ class KeyHands {
     void Touch();
     // What the next tap answers; 0: what is true.
     void AnswerNext(int code);
-    bool WaitsForTouch() const { return waitsForTouch_() != 0; }
+    bool WaitsForTouch() const;
 
  private:
     void Require(int code, const char* what) const;
