@@ -93,7 +93,8 @@ TEST_CASE("A code is known to its own family alone, and the page's marks are gon
 TEST_CASE("Each code of the page has a name, a cause and something to do")
 {
     CHECK(TheAdviceBook().AllCodes().size() > 100);
-    for (const auto& [key, code] : TheAdviceBook().AllCodes()) {
+    for (const auto& entry : TheAdviceBook().AllCodes()) {
+        const CodeAdvice& code = entry.second;
         CAPTURE(code.name);
         CHECK(code.name.size() > 3);
         CHECK(code.advice.cause.ends_with('.'));
