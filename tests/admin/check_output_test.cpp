@@ -119,7 +119,7 @@ TEST_CASE("Wrong words are refused before anything is looked at")
     CHECK(pc.ExitCode() == 2);
     CHECK(pc.Check({L"--quiet"}) == name + "unknown option --quiet" + tail);
     CHECK(pc.ExitCode() == 2);
-    for (const wchar_t* user : {L"alice", L"\\alice", L"CORP\\", L""}) {
+    for (const wchar_t* user : {L"alice", L"\\alice", L"CORP\\", L"CORP\\staff\\alice", L""}) {
         pc.Check({L"--user", user});
         CHECK(pc.ExitCode() == 2);
     }

@@ -77,6 +77,7 @@ TEST_CASE("Wrong use is named on the error output, and nothing else is written")
     Expect({L"help", L"eco"}, 2, "", name + "unknown command eco" + tail);
     Expect({L"help", L"echo", L"echo"}, 2, "",
            name + "help tells about one command at a time" + tail);
+    Expect({L"--version", L"echo"}, 2, "", name + "--version takes nothing behind it" + tail);
     Expect({L"echo", L"--bogüs"}, 2, "", name + "unknown option --bogüs" + tail);
     Expect({L"echo", L"--times"}, 2, "", name + "--times lacks its value" + tail);
     Expect({L"echo", L"--loud=1"}, 2, "", name + "--loud takes no value" + tail);

@@ -210,7 +210,8 @@ TEST_CASE("Times are read with a day alone, with minutes, seconds and millisecon
     CHECK(ParseTime("2026-11-21 01:00:02") == *day + 3'602'000);
     CHECK(ParseTime("2026-11-21 00:00:00.007") == *day + 7);
     for (const char* text :
-         {"", "yesterday", "2026-02-30", "2026-11-21 1", "2026-11-21T10:00", "2026-11-21 10:00 "}) {
+         {"", "yesterday", "2026-02-30", "2026-11-21 1", "2026-11-21T10:00", "2026-11-21 10:00 ",
+          "2026-11-21 24:00", "2026-11-21 10:60", "2026-11-21 10:00:60"}) {
         CAPTURE(text);
         CHECK_FALSE(ParseTime(text).has_value());
     }

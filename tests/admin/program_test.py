@@ -57,7 +57,8 @@ def check_help():
 
 def check_wrong_use():
     for words in ((), ("bogus",), ("check", "--bogus"), ("check", "--user", "alice"),
-                  ("explain",), ("explain", "zz")):
+                  ("explain",), ("explain", "zz"), ("log", "--html", ""), ("log", "--file", ""),
+                  ("log", "--file", "a.log", "--html", ".\\A.log.1"), ("log", "--since", "noon")):
         status, output, error = run(*words)
         expect(status == 2 and output == "" and error.startswith("KelvorFidoAdLogonAdmin: "),
                f"{words}: {status} {output!r} {error!r}")

@@ -142,7 +142,8 @@ int RunCheckWith(std::span<const Check> checks, const std::vector<std::wstring>&
     Circumstances circumstances;
     if (const auto user = arguments.Value(L"--user")) {
         const std::size_t backslash = user->find(L'\\');
-        if (backslash == std::wstring::npos || backslash == 0 || backslash + 1 == user->size()) {
+        if (backslash == std::wstring::npos || backslash == 0 || backslash + 1 == user->size() ||
+            user->find(L'\\', backslash + 1) != std::wstring::npos) {
             throw WrongUse("--user wants DOMAIN\\name, not '" + Utf16ToUtf8(*user) + "'");
         }
         circumstances.namedUser = *user;

@@ -71,6 +71,9 @@ int Run(const std::vector<std::wstring>& words, std::span<const Command> command
         return ShowHelp(rest, commands, output);
     }
     if (name == L"--version") {
+        if (!rest.empty()) {
+            throw WrongUse("--version takes nothing behind it");
+        }
         output.Line(std::string(kProgram) + " " + ProductVersion());
         return kExitDone;
     }

@@ -50,9 +50,16 @@ int RunLog(const std::vector<std::wstring>& words, const Output& output)
         throw WrongUse("--json and --html do not go together");
     }
     const std::wstring file = arguments.Value(L"--file").value_or(DefaultLogFile());
+    const auto page = arguments.Value(L"--html");
+    if (file.empty() || page == L"") {
+        throw WrongUse("the name of a file is empty");
+    }
+    if (page && IsPartOfLog(*page, file)) {
+        throw WrongUse("the page would take the place of the log");
+    }
     const std::vector<Attempt> attempts =
         AttemptsIn(file, SinceMs(arguments), arguments.Has(L"--last"));
-    if (const auto page = arguments.Value(L"--html")) {
+    if (page) {
         WriteWholeFile(*page, AsHtml(attempts, "Sign-ins in " + Utf16ToUtf8(file)));
         output.Line(std::to_string(attempts.size()) + " sign-in(s) written to " +
                     Utf16ToUtf8(*page));

@@ -9,6 +9,7 @@
 #include "cardsvc/utf_text.h"
 #include "diag/log.h"
 #include "handle.h"
+#include "ordinal_text.h"
 
 namespace kelvor::admin {
 namespace {
@@ -24,8 +25,18 @@ constexpr DWORD kPieceBytes = 65'536;
 
 [[noreturn]] void Fail(const char* what, const std::wstring& file)
 {
-    throw std::runtime_error(std::string(what) + " " + Utf16ToUtf8(file) + " (error " +
-                             std::to_string(GetLastError()) + ")");
+    const DWORD error = GetLastError();
+    throw std::runtime_error(
+        std::string(what) + " " + Utf16ToUtf8(file) + " (error " + std::to_string(error) + ")" +
+        (error == ERROR_ACCESS_DENIED ? ": run the tool as an administrator" : ""));
+}
+
+std::wstring FullPath(const std::wstring& path)
+{
+    std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
+    full.resize(
+        GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+    return full;
 }
 
 // Nothing when there is no such file.
@@ -77,6 +88,12 @@ std::string ReadLogFiles(const std::wstring& file)
                                  ": the module has not been loaded on this PC, or may not write");
     }
     return rotated.value_or("") + current.value_or("");
+}
+
+bool IsPartOfLog(const std::wstring& path, const std::wstring& log)
+{
+    const std::wstring full = FullPath(path);
+    return EqualIgnoringCase(full, FullPath(log)) || EqualIgnoringCase(full, FullPath(log + L".1"));
 }
 
 void WriteWholeFile(const std::wstring& path, const std::string& text)

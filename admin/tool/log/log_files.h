@@ -12,6 +12,9 @@ std::wstring DefaultLogFile();
 // read; a log that has never been written is one of them.
 std::string ReadLogFiles(const std::wstring& file);
 
+// Whether the path is that of the log or of its rotated part, however it is written.
+bool IsPartOfLog(const std::wstring& path, const std::wstring& log);
+
 // Writes a file anew. Throws std::runtime_error naming it.
 void WriteWholeFile(const std::wstring& path, const std::string& text);
 

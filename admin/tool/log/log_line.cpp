@@ -43,6 +43,13 @@ class Reader {
         rest_.remove_prefix(word.size());
         return word;
     }
+    // A number of two digits, up to `most`.
+    std::uint32_t TwoDigits(std::uint32_t most)
+    {
+        const std::uint32_t number = Number(2);
+        ok_ = ok_ && number <= most;
+        return number;
+    }
     std::string_view Rest() const noexcept { return rest_; }
     bool Ok() const noexcept { return ok_; }
 
@@ -69,12 +76,12 @@ std::optional<std::int64_t> ReadDay(Reader& reader)
 // Hours and minutes; seconds and milliseconds when they are there.
 std::int64_t ReadClock(Reader& reader)
 {
-    std::int64_t ms = std::int64_t{reader.Number(2)} * 3'600'000;
+    std::int64_t ms = std::int64_t{reader.TwoDigits(23)} * 3'600'000;
     reader.Literal(":");
-    ms += std::int64_t{reader.Number(2)} * 60'000;
+    ms += std::int64_t{reader.TwoDigits(59)} * 60'000;
     if (reader.Has(":")) {
         reader.Literal(":");
-        ms += std::int64_t{reader.Number(2)} * 1'000;
+        ms += std::int64_t{reader.TwoDigits(59)} * 1'000;
     }
     if (reader.Has(".")) {
         reader.Literal(".");
