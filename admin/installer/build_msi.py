@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""build_msi.py BIN MSI [--version X.Y.Z] [--certificate PFX --password-file FILE [--timestamp URL]]
+"""build_msi.py BIN MSI [--check] [--version X.Y.Z] [--certificate PFX --password-file FILE [--timestamp URL]]
 
 Makes the installer from the programs in the folder BIN: stages the files, lets wixl make the database,
 and adds what wixl has no words for. With a certificate (PKCS #12) the programs and the MSI are signed.
-Exit status 2: the arguments make no sense.
+With --check it only looks at the arguments. Exit status 2: they make no sense.
 """
 import argparse
 import os
@@ -35,13 +35,16 @@ def run(command, **options):
 
 
 def arguments():
-    parser = argparse.ArgumentParser(prog="./run package", description=__doc__.split("\n\n")[1])
-    parser.add_argument("bin")
-    parser.add_argument("msi")
-    parser.add_argument("--version", default=project_version())
-    parser.add_argument("--certificate")
-    parser.add_argument("--password-file")
-    parser.add_argument("--timestamp", metavar="URL")
+    parser = argparse.ArgumentParser(
+        prog="./run package", usage="./run package [--certificate PFX --password-file FILE [--timestamp URL]]",
+        description="Makes the installer of this version in build/package.")
+    parser.add_argument("bin", help=argparse.SUPPRESS)
+    parser.add_argument("msi", help=argparse.SUPPRESS)
+    parser.add_argument("--check", action="store_true", help=argparse.SUPPRESS)
+    parser.add_argument("--version", default=project_version(), help=argparse.SUPPRESS)
+    parser.add_argument("--certificate", metavar="PFX", help="signs the programs and the MSI with it")
+    parser.add_argument("--password-file", metavar="FILE", help="its password")
+    parser.add_argument("--timestamp", metavar="URL", help="where signatures get their time")
     given = parser.parse_args()
     if not re.fullmatch(r"\d{1,3}\.\d{1,3}\.\d{1,5}", given.version):
         parser.error(f"a version is three numbers, such as 1.0.0, not '{given.version}'")
@@ -145,6 +148,8 @@ def complete(msi, folder, version):
 
 def main():
     given = arguments()
+    if given.check:
+        return
     with tempfile.TemporaryDirectory() as folder:
         stage(given, folder)
         for name in PROGRAMS:
