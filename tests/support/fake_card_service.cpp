@@ -368,9 +368,6 @@ Reply FakeCardService::Take(std::string& request)
     return lock_.With([&] {
         const std::string command = CommandOf(request);
         commands_.push_back(command);
-        if (onRequest_) {
-            onRequest_(request);
-        }
         if (keepsRequests_) {
             requests_.push_back(request);
         }

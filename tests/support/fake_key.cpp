@@ -71,10 +71,10 @@ struct FakeKeyEntry {
                                   pin != nullptr ? Masked(pin) : std::string(),
                                   GetCurrentThreadId()});
         });
-        ++self.waiting_;
+        self.lock_.With([&] { self.waiting_.insert(GetCurrentThreadId()); });
         SetEvent(self.prompted_.Get());
         WaitForSingleObject(self.touched_.Get(), INFINITE);
-        --self.waiting_;
+        self.lock_.With([&] { self.waiting_.erase(GetCurrentThreadId()); });
         ResetEvent(self.prompted_.Get());
         return self.lock_.With([&] {
             if (self.beginCode_ != 0) {
@@ -244,6 +244,16 @@ void FakeKey::Touch()
 bool FakeKey::WaitForTouchPrompt() const
 {
     return WaitForSingleObject(prompted_.Get(), kPatienceMs) == WAIT_OBJECT_0;
+}
+
+bool FakeKey::IsWaiting(DWORD threadId) const
+{
+    return lock_.With([&] { return waiting_.contains(threadId); });
+}
+
+std::size_t FakeKey::Waiting() const
+{
+    return lock_.With([&] { return waiting_.size(); });
 }
 
 std::vector<TapRequest> FakeKey::Taps() const

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -71,8 +72,9 @@ class FakeKey {
     void Touch();
     // Waits until a begin call waits for the touch; false after ten seconds.
     bool WaitForTouchPrompt() const;
-    // How many begin calls wait for the touch at this moment.
-    std::size_t Waiting() const noexcept { return waiting_; }
+    // Whether a thread waits for the touch in a begin call at this moment, and how many do.
+    bool IsWaiting(DWORD threadId) const;
+    std::size_t Waiting() const;
 
     std::vector<TapRequest> Taps() const;
     // Calls by function name; prov_has_fido_device and prov_has_nfc_device included.
@@ -103,7 +105,7 @@ class FakeKey {
     std::vector<TapRequest> taps_;
     std::vector<void*> handles_;
     std::size_t strayFrees_ = 0;
-    std::atomic<std::size_t> waiting_{0};
+    std::set<DWORD> waiting_;
     UniqueKernelObject touched_;
     UniqueKernelObject prompted_;
     std::vector<simulator::ImportPatch> patches_;

@@ -250,11 +250,20 @@ void World::LookAtPhase(HeldTile& held)
         held.phase.BecomeUnknown();
     } else if (held.workers.empty()) {
         held.phase.WorkerEnded();
-    } else if (patient_) {
+    } else if (patient_ && WaitsForTouch(held)) {
         held.phase.WorkerHeld();
     } else {
         held.phase.WorkerRuns();
     }
+}
+
+// Only the touch holds a worker for certain: a worker that is held by the card service may already
+// have its answer, or have given up.
+bool World::WaitsForTouch(const HeldTile& held)
+{
+    return touchHeld && std::ranges::any_of(held.workers, [&](std::size_t worker) {
+               return stage.key.IsWaiting(IdOf(worker));
+           });
 }
 
 // What the key's watch of a tile has seen by now, and did with the PIN.

@@ -86,6 +86,7 @@ class World {
     void Settle();
     void LookAtTiles();
     void LookAtPhase(HeldTile& held);
+    bool WaitsForTouch(const HeldTile& held);
     void LookAtWatch(HeldTile& held);
     // On any thread, inside the calls that the module makes to LogonUI.
     void OnFieldCall(const SinkSide& side, const test::FieldCall& call);
