@@ -9,6 +9,9 @@
 
 #if __has_include(<credentialprovider.h>)
 #include <credentialprovider.h>
+// Field types and property keys, which that header names nowhere.
+#include <propkey.h>
+#include <shlguid.h>
 #else
 #include "credential_provider_declarations.h"
 #endif

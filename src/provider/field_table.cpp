@@ -9,7 +9,8 @@ namespace {
 
 constexpr GUID kNoGuid = {};
 
-constexpr FieldRow kFields[SFI_COUNT] = {
+// Not constexpr: the SDK keeps the value of a field type in a library.
+const FieldRow kFields[SFI_COUNT] = {
     {CPFT_TILE_IMAGE, L"Image", CPFG_CREDENTIAL_PROVIDER_LOGO, CPFS_DISPLAY_IN_BOTH, CPFIS_NONE,
      nullptr},
     {CPFT_LARGE_TEXT, L"Sign in with security key", kNoGuid, CPFS_DISPLAY_IN_BOTH, CPFIS_NONE,
