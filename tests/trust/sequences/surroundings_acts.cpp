@@ -165,6 +165,13 @@ void PassTime(World& world, unsigned first, unsigned)
     world.stage.clock.Advance(kTimes[first % kTimes.size()]);
 }
 
+// The key goes, and a watch has time to notice.
+void TakeKeyAlong(World& world, unsigned first, unsigned second)
+{
+    RemoveKey(world, first, second);
+    world.stage.clock.Advance(500);
+}
+
 void FailThreads(World& world, unsigned first, unsigned second)
 {
     world.threadsMayFail = true;
@@ -196,6 +203,7 @@ constexpr Act kActs[] = {
     {"ChangeSettings", 3, &ChangeSettings},
     {"ChangeReader", 2, &ChangeReader},
     {"PassTime", 16, &PassTime},
+    {"TakeKeyAlong", 6, &TakeKeyAlong},
     {"FailThreads", 1, &FailThreads},
     {"PostQuit", 1, &PostQuit},
 };

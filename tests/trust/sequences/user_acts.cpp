@@ -134,6 +134,13 @@ void TypePin(World& world, unsigned first, unsigned second)
     NoteTyped(*held, number);
 }
 
+// What mostly comes first. The odd numbers select and type, and nothing odd.
+void SelectAndType(World& world, unsigned first, unsigned second)
+{
+    SetSelected(world, first, second | 1);
+    TypePin(world, 0, second | 1);
+}
+
 void SetOtherString(World& world, unsigned first, unsigned second)
 {
     if (const auto held = world.Pick(first)) {
@@ -247,6 +254,7 @@ constexpr Act kActs[] = {
     {"SetSelected", 12, &SetSelected},
     {"SetDeselected", 6, &SetDeselected},
     {"TypePin", 14, &TypePin},
+    {"SelectAndType", 10, &SelectAndType},
     {"SetOtherString", 1, &SetOtherString},
     {"Click", 18, &Click},
     {"ClickWithoutOutputs", 1, &ClickWithoutOutputs},
