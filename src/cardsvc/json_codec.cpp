@@ -7,7 +7,10 @@
 namespace kelvor {
 namespace {
 
-constexpr std::string_view kSpaces = " \t\n\r";
+constexpr bool IsSpace(char character)
+{
+    return character == ' ' || character == '\t' || character == '\n' || character == '\r';
+}
 
 struct ShortEscape {
     char letter;  // behind the backslash
@@ -84,53 +87,99 @@ void AppendUtf8(std::string& output, std::uint32_t code)
     append(0x80 | (code & 0x3F));
 }
 
-// Reads the escape whose letter is at `position`.
-bool ReadEscape(std::string_view text, std::size_t& position, std::string& output)
+// Appends what the escape whose letter is at `position` stands for, and moves past it. It can be
+// read.
+void AppendEscaped(std::string_view text, std::size_t& position, std::string& output)
 {
-    if (position >= text.size()) {
-        return false;
-    }
     const char letter = text[position++];
-    for (const ShortEscape& escape : kShortEscapes) {
-        if (escape.letter == letter) {
-            output.push_back(escape.byte);
-            return true;
-        }
+    if (letter != 'u') {
+        output.push_back(std::ranges::find(kShortEscapes, letter, &ShortEscape::letter)->byte);
+        return;
     }
     std::uint32_t code = 0;
-    if (letter != 'u' || !ReadCodeUnit(text, position, code)) {
-        return false;
-    }
+    ReadCodeUnit(text, position, code);
     position += 4;
     AppendUtf8(output, IsHighSurrogate(code) ? JoinSurrogates(text, position, code) : code);
-    return true;
 }
 
-// Reads up to the closing quote from the first character of a string on.
-bool ReadStringBody(std::string_view text, std::size_t& position, std::string& output)
+// A string as it stands in the text, between its quotes.
+struct RawString {
+    std::string_view body;
+    bool escaped = false;
+};
+
+bool IsAt(std::string_view text, std::size_t position, char character)
 {
-    while (position < text.size()) {
-        const char character = text[position++];
-        if (character == '"') {
+    return position < text.size() && text[position] == character;
+}
+
+// Whether the escape whose letter is at `position` can be read.
+bool IsEscape(std::string_view text, std::size_t position)
+{
+    std::uint32_t unit = 0;
+    return position < text.size() &&
+           (text[position] == 'u'
+                ? ReadCodeUnit(text, position + 1, unit)
+                : std::ranges::count(kShortEscapes, text[position], &ShortEscape::letter) != 0);
+}
+
+// Finds the string that starts with the quote at `position` and moves `position` past it. Nothing
+// is copied: most strings of an answer are only passed over.
+bool ScanString(std::string_view text, std::size_t& position, RawString& string)
+{
+    if (!IsAt(text, position, '"')) {
+        return false;
+    }
+    const std::size_t start = position + 1;
+    for (std::size_t end = start; end < text.size(); ++end) {
+        if (text[end] == '"') {
+            string.body = text.substr(start, end - start);
+            position = end + 1;
             return true;
         }
-        if (character != '\\') {
-            output.push_back(character);
-        } else if (!ReadEscape(text, position, output)) {
-            return false;
+        if (text[end] == '\\') {
+            string.escaped = true;
+            if (!IsEscape(text, ++end)) {
+                return false;
+            }
         }
     }
     return false;
 }
 
+// The text that a scanned string stands for.
+void Unescape(const RawString& string, std::string& output)
+{
+    output.reserve(string.body.size());
+    std::string_view rest = string.body;
+    for (std::size_t escape = rest.find('\\'); escape != std::string_view::npos;
+         escape = rest.find('\\')) {
+        output.append(rest.substr(0, escape));
+        std::size_t position = escape + 1;
+        AppendEscaped(rest, position, output);
+        rest.remove_prefix(position);
+    }
+    output.append(rest);
+}
+
+bool IsNamed(const RawString& name, std::string_view key)
+{
+    if (!name.escaped) {
+        return name.body == key;
+    }
+    std::string unescaped;
+    Unescape(name, unescaped);
+    return unescaped == key;
+}
+
 std::size_t SkipBracketed(std::string_view text, std::size_t position)
 {
     std::size_t depth = 0;
-    std::string skipped;
+    RawString skipped;
     while (position < text.size()) {
         const char character = text[position];
         if (character == '"') {
-            if (!JsonReadString(text, position, skipped)) {
+            if (!ScanString(text, position, skipped)) {
                 return kJsonNotFound;
             }
             continue;
@@ -147,7 +196,11 @@ std::size_t SkipBracketed(std::string_view text, std::size_t position)
 
 std::size_t SkipScalar(std::string_view text, std::size_t position)
 {
-    const std::size_t end = std::min(text.find_first_of(",}] \t\n\r", position), text.size());
+    std::size_t end = position;
+    while (end < text.size() && text[end] != ',' && text[end] != '}' && text[end] != ']' &&
+           !IsSpace(text[end])) {
+        ++end;
+    }
     return end == position ? kJsonNotFound : end;
 }
 
@@ -158,11 +211,6 @@ std::size_t SkipSpacesAndCommas(std::string_view text, std::size_t position)
         position = JsonSkipSpace(text, position + 1);
     }
     return position;
-}
-
-bool IsAt(std::string_view text, std::size_t position, char character)
-{
-    return position < text.size() && text[position] == character;
 }
 
 // Collects elements up to the closing bracket, from behind the opening one.
@@ -206,21 +254,20 @@ SecretText JsonEscape(std::string_view text)
 
 std::size_t JsonSkipSpace(std::string_view text, std::size_t position) noexcept
 {
-    return std::min(text.find_first_not_of(kSpaces, position), text.size());
+    while (position < text.size() && IsSpace(text[position])) {
+        ++position;
+    }
+    return std::min(position, text.size());
 }
 
 bool JsonReadString(std::string_view text, std::size_t& position, std::string& output)
 {
     output.clear();
-    if (!IsAt(text, position, '"')) {
+    RawString string;
+    if (!ScanString(text, position, string)) {
         return false;
     }
-    std::size_t end = position + 1;
-    if (!ReadStringBody(text, end, output)) {
-        output.clear();
-        return false;
-    }
-    position = end;
+    Unescape(string, output);
     return true;
 }
 
@@ -231,8 +278,8 @@ std::size_t JsonSkipValue(std::string_view text, std::size_t position)
     }
     switch (text[position]) {
         case '"': {
-            std::string skipped;
-            return JsonReadString(text, position, skipped) ? position : kJsonNotFound;
+            RawString skipped;
+            return ScanString(text, position, skipped) ? position : kJsonNotFound;
         }
         case '[':
         case '{':
@@ -249,10 +296,10 @@ std::size_t JsonFindKey(std::string_view text, std::string_view key)
         return kJsonNotFound;
     }
     ++position;
-    std::string name;
     while (position != kJsonNotFound) {
         position = SkipSpacesAndCommas(text, position);
-        if (!JsonReadString(text, position, name)) {
+        RawString name;
+        if (!ScanString(text, position, name)) {
             return kJsonNotFound;
         }
         position = JsonSkipSpace(text, position);
@@ -260,7 +307,7 @@ std::size_t JsonFindKey(std::string_view text, std::string_view key)
             return kJsonNotFound;
         }
         position = JsonSkipSpace(text, position + 1);
-        if (name == key) {
+        if (IsNamed(name, key)) {
             return position;
         }
         position = JsonSkipValue(text, position);
