@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 
 #include "cardsvc/base64.h"
@@ -62,11 +63,15 @@ std::vector<std::string> EncodeIds(const std::vector<KeyStatement>& statements)
 std::vector<const AccountVerdict*> MatchVerdicts(const std::vector<std::string>& ids,
                                                  const std::vector<AccountVerdict>& verdicts)
 {
+    std::unordered_map<std::string_view, const AccountVerdict*> byId;
+    for (const AccountVerdict& verdict : verdicts) {
+        byId.emplace(verdict.credentialId, &verdict);
+    }
     std::vector<const AccountVerdict*> matched;
     for (const std::string& id : ids) {
-        const auto verdict = std::ranges::find(verdicts, id, &AccountVerdict::credentialId);
-        if (verdict != verdicts.end()) {
-            matched.push_back(&*verdict);
+        const auto verdict = byId.find(id);
+        if (verdict != byId.end()) {
+            matched.push_back(verdict->second);
         }
     }
     return matched;
