@@ -3,12 +3,12 @@
 #include <windows.h>
 
 #include <array>
-#include <clocale>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <cwchar>
+#include <initializer_list>
 #include <memory>
+#include <string_view>
 
 #include "diag/log_message.h"
 #include "handle.h"
@@ -57,46 +57,22 @@ class MachineWideTurn {
     UniqueKernelObject mutex_;
 };
 
-// What of a message the C runtime converts, it converts by the locale; this thread alone has UTF-8
-// while the object lives.
-class Utf8ThreadLocale {
- public:
-    Utf8ThreadLocale() noexcept : threadSetting_(_configthreadlocale(_ENABLE_PER_THREAD_LOCALE))
-    {
-        const char* current = setlocale(LC_CTYPE, nullptr);
-        if (current != nullptr && std::strlen(current) < name_.size()) {
-            std::memcpy(name_.data(), current, std::strlen(current) + 1);
-        }
-        setlocale(LC_CTYPE, ".utf8");
-    }
-    ~Utf8ThreadLocale()
-    {
-        if (name_[0] != '\0') {
-            setlocale(LC_CTYPE, name_.data());
-        }
-        if (threadSetting_ != -1) {
-            _configthreadlocale(threadSetting_);
-        }
-    }
-    Utf8ThreadLocale(const Utf8ThreadLocale&) = delete;
-    Utf8ThreadLocale& operator=(const Utf8ThreadLocale&) = delete;
-
- private:
-    int threadSetting_;
-    std::array<char, 64> name_ = {};
-};
-
 struct FileCloser {
     void operator()(std::FILE* file) const noexcept { std::fclose(file); }
 };
 
-// False when the text is empty or does not fit: then it is not cut and used, but dropped. Runtimes
-// differ in what they return for a buffer that is too small, a negative or the needed length.
-template <class... Arguments>
-bool FormPath(Path& path, const wchar_t* format, Arguments... arguments) noexcept
+// False when the text does not fit: then it is not cut and used, but dropped.
+bool FormPath(Path& path, std::initializer_list<std::wstring_view> parts) noexcept
 {
-    const int lengthChars = std::swprintf(path.data(), path.size(), format, arguments...);
-    return lengthChars > 0 && lengthChars < static_cast<int>(path.size());
+    std::size_t lengthChars = 0;
+    for (const std::wstring_view part : parts) {
+        if (part.size() >= path.size() - lengthChars) {
+            return false;
+        }
+        lengthChars += part.copy(path.data() + lengthChars, part.size());
+    }
+    path[lengthChars] = L'\0';
+    return true;
 }
 
 void FindBaseFolder(Path& base) noexcept
@@ -104,7 +80,7 @@ void FindBaseFolder(Path& base) noexcept
     const DWORD lengthChars =
         GetEnvironmentVariableW(L"ProgramData", base.data(), static_cast<DWORD>(base.size()));
     if (lengthChars == 0 || lengthChars >= base.size()) {
-        static_cast<void>(FormPath(base, L"%ls", L"C:\\ProgramData"));
+        static_cast<void>(FormPath(base, {L"C:\\ProgramData"}));
     }
 }
 
@@ -124,7 +100,7 @@ bool FormLogPath(Path& file, const Path& folder, const char* component) noexcept
     for (std::size_t i = 0; i + 1 < name.size() && component[i] != '\0'; ++i) {
         name[i] = static_cast<unsigned char>(component[i]);
     }
-    return FormPath(file, L"%ls\\%ls.log", folder.data(), name.data());
+    return FormPath(file, {folder.data(), L"\\", name.data(), L".log"});
 }
 
 void RotateWhenLarge(const Path& file) noexcept
@@ -136,7 +112,7 @@ void RotateWhenLarge(const Path& file) noexcept
     const std::uint64_t sizeBytes =
         (std::uint64_t{attributes.nFileSizeHigh} << 32) | attributes.nFileSizeLow;
     Path rotated;
-    if (sizeBytes >= kRotationThresholdBytes && FormPath(rotated, L"%ls.1", file.data())) {
+    if (sizeBytes >= kRotationThresholdBytes && FormPath(rotated, {file.data(), L".1"})) {
         MoveFileExW(file.data(), rotated.data(), MOVEFILE_REPLACE_EXISTING);
     }
 }
@@ -177,7 +153,7 @@ void LogV(const char* component, const char* level, const char* format,
     Path base;
     Path folder;
     FindBaseFolder(base);
-    if (!FormPath(folder, L"%ls\\KelvorDirectoryFidoLogon\\Logs", base.data())) {
+    if (!FormPath(folder, {base.data(), L"\\KelvorDirectoryFidoLogon\\Logs"})) {
         return;
     }
     CreateFolderChain(folder);
@@ -188,7 +164,6 @@ void LogV(const char* component, const char* level, const char* format,
 
     const MachineWideTurn turn;
     RotateWhenLarge(file);
-    const Utf8ThreadLocale locale;
     AppendLine(file, level != nullptr ? level : "INFO", format, arguments);
 }
 

@@ -4,11 +4,43 @@
 
 #include <algorithm>
 #include <array>
+#include <clocale>
+#include <cstring>
 #include <iterator>
 #include <string_view>
 
 namespace kelvor {
 namespace {
+
+// What of a message the C runtime converts, it converts by the locale; this thread alone has UTF-8
+// while the object lives. Switching takes longer than writing the line: it is for the conversions
+// alone that are not done here.
+class Utf8ThreadLocale {
+ public:
+    Utf8ThreadLocale() noexcept : threadSetting_(_configthreadlocale(_ENABLE_PER_THREAD_LOCALE))
+    {
+        const char* current = setlocale(LC_CTYPE, nullptr);
+        if (current != nullptr && std::strlen(current) < name_.size()) {
+            std::memcpy(name_.data(), current, std::strlen(current) + 1);
+        }
+        setlocale(LC_CTYPE, ".utf8");
+    }
+    ~Utf8ThreadLocale()
+    {
+        if (name_[0] != '\0') {
+            setlocale(LC_CTYPE, name_.data());
+        }
+        if (threadSetting_ != -1) {
+            _configthreadlocale(threadSetting_);
+        }
+    }
+    Utf8ThreadLocale(const Utf8ThreadLocale&) = delete;
+    Utf8ThreadLocale& operator=(const Utf8ThreadLocale&) = delete;
+
+ private:
+    int threadSetting_;
+    std::array<char, 64> name_ = {};
+};
 
 constexpr std::size_t kUnitsAtOnce = 64;
 constexpr std::size_t kUtf8BytesPerUnit = 3;
@@ -108,9 +140,11 @@ void WriteMessage(std::FILE* file, const char* format, std::va_list arguments) n
                 WriteUtf8(file, text != nullptr ? text : L"(null)");
                 break;
             }
-            case Argument::kUnknown:  // the runtime knows it, and how to go on behind it
+            case Argument::kUnknown: {  // the runtime knows it, and how to go on behind it
+                const Utf8ThreadLocale locale;
                 std::vfprintf(file, rest.data(), arguments);
                 return;
+            }
         }
         rest.remove_prefix(conversion.size());
     }
