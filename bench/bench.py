@@ -22,6 +22,25 @@ def by_row(figures, row):
     return [figure for figure in figures if figure["row"] == row]
 
 
+def click(run):
+    figures = run.programs.row("click", run.samples(300))
+    return [line for figure in by_row(figures, "click to credential")
+            for line in limits.median_and_p99(figure, 1.10, 1.25)] + [
+                limits.p99_at_most(figure, 5000)
+                for figure in by_row(figures, "answer to next step")]
+
+
+def logonui_thread(run):
+    return list(limits.longest(run.programs.row("thread", run.samples(100)), 5000))
+
+
+def idle_tile(run):
+    samples = run.programs.idle(2 * run.samples(30))
+    return [limits.at_most({"row": "idle tile", "case": "2 s of 60 s",
+                            "sides": {"module": samples["idle-module"],
+                                      "bare": samples["idle-bare"]}}, "bare", 1.10)]
+
+
 def log_line(run):
     return [limits.at_most(figure, "bare", 1.15)
             for figure in run.programs.row("log-line", run.samples(400))]
@@ -73,15 +92,15 @@ def memory(run):
     return list(limits.memory(kib))
 
 
-ROWS = {"log-line": log_line, "look-up": look_up, "enumeration": enumeration,
-        "account-filter": account_filter, "module-size": module_size, "load": load,
-        "memory": memory}
+ROWS = {"click": click, "thread": logonui_thread, "idle": idle_tile, "log-line": log_line, "look-up": look_up,
+        "enumeration": enumeration, "account-filter": account_filter, "module-size": module_size,
+        "load": load, "memory": memory}
 
 
 class Run:
     def __init__(self, options):
         self.build, self.most = options.build, options.samples
-        self.programs = Programs(options.build, options.native, options.prefix)
+        self.programs = Programs(options.build, options.native)
 
     def samples(self, wanted):
         return min(wanted, self.most) if self.most else wanted
@@ -97,7 +116,6 @@ def arguments():
                         help="put the whole table into docs/performance.md")
     parser.add_argument("--samples", type=int, help="at most so many samples of each side")
     parser.add_argument("--dry-run", action="store_true", help=argparse.SUPPRESS)
-    parser.add_argument("--prefix", default="bench", help=argparse.SUPPRESS)
     options = parser.parse_intermixed_args()
     unknown = [row for row in options.rows if row not in ROWS]
     if unknown:

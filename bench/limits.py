@@ -50,6 +50,39 @@ def at_most(figure, side, limit):
                 f"≤ {limit}", ratio <= limit, len(module))
 
 
+def median_and_p99(figure, median_limit, p99_limit):
+    yield at_most(figure, "bare", median_limit)
+    module, bare = (percentile(figure["sides"][side], 99) for side in ("module", "bare"))
+    yield Line(f"{figure['row']}, p99", figure["case"], duration(module), duration(bare),
+               f"{module / bare:.2f}", f"≤ {p99_limit}", module / bare <= p99_limit,
+               len(figure["sides"]["module"]))
+
+
+def p99_at_most(figure, limit_us):
+    module, bare = (figure["sides"][side] for side in ("module", "bare"))
+    worst = percentile(module, 99)
+    return Line(f"{figure['row']}, p99", figure["case"], f"{duration(worst)}; median "
+                f"{duration(median(module))}", f"{duration(percentile(bare, 99))}; median "
+                f"{duration(median(bare))}", f"{worst / percentile(bare, 99):.2f}",
+                f"≤ {duration(limit_us)}", worst <= limit_us, len(module))
+
+
+# The methods that wait because they have to: for the key watch to end, for the card's disarming.
+WAITS = {"SetDeselected": "joins the watch", "UnAdvise": "joins the watch",
+         "GetSerialization": "joins the watch", "ReportResult": "disarms the card"}
+
+
+def longest(figures, limit_us):
+    """The longest call of each method, slowest first."""
+    for figure in sorted(figures, key=lambda figure: -max(figure["sides"]["module"])):
+        samples, method = figure["sides"]["module"], figure["case"]
+        waits = method in WAITS
+        yield Line(figure["row"], f"`{method}`, {len(samples):,} calls",
+                   f"{duration(max(samples))}; median {duration(median(samples))}", "–", "–",
+                   WAITS[method] if waits else f"≤ {duration(limit_us)}",
+                   None if waits else max(samples) <= limit_us, len(samples))
+
+
 def look_up(figure):
     """Each peer in a line: the module has to be faster than those that make a tree."""
     module = figure["sides"]["module"]

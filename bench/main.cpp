@@ -18,6 +18,10 @@ struct Row {
 };
 
 constexpr Row kRows[] = {
+    {"click", &kelvor::bench::ClickToCredential},
+    {"thread", &kelvor::bench::LogonUiThread},
+    {"idle-module", &kelvor::bench::IdleTile},
+    {"idle-bare", &kelvor::bench::IdleBare},
     {"log-line", &kelvor::bench::LogLine},
     {"enumeration", &kelvor::bench::Enumeration},
     {"account-filter", &kelvor::bench::AccountFilter},

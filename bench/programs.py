@@ -4,17 +4,25 @@ import os
 import subprocess
 import sys
 
+import idle
+
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 
 
 class Programs:
-    def __init__(self, build, native, prefix):
+    def __init__(self, build, native):
         self.folder = os.path.join(build, "bench")
         self.native = native
-        self.prefix = prefix
 
     def row(self, name, *arguments):
         return self._read(self._wine("kelvor_bench.exe", name, *arguments))
+
+    def idle(self, seconds):
+        """The two sides in prefixes of their own: each has Windows' services to itself."""
+        commands = {f"idle-{side}": self._wine("kelvor_bench.exe", f"idle-{side}", seconds + 10,
+                                               prefix=f"bench-{side}")
+                    for side in ("module", "bare")}
+        return idle.side_by_side(commands, seconds)
 
     def json(self, samples):
         return self._read(self._wine("kelvor_bench_json.exe", str(samples)))
@@ -22,9 +30,8 @@ class Programs:
     def json_native(self, samples):
         return self._read([os.path.join(self.native, "kelvor_bench_json_native"), str(samples)])
 
-    def _wine(self, program, *arguments):
-        place = ["--in", self.prefix] if self.prefix else []
-        return [os.path.join(ROOT, "scripts", "under_wine"), *place,
+    def _wine(self, program, *arguments, prefix="bench"):
+        return [os.path.join(ROOT, "scripts", "under_wine"), "--in", prefix,
                 os.path.join(self.folder, program), *map(str, arguments)]
 
     @staticmethod

@@ -54,6 +54,7 @@ void Decode(const char* text)
     CryptStringToBinaryA(text, 44, CRYPT_STRING_BASE64, bytes, &sizeBytes, nullptr, nullptr);
 }
 
+constexpr int kCredentialBytes = 366;
 constexpr const char* kNonce = "ERERERERERERERERERERERERERERERERERERERERERE=";
 constexpr const char* kHash = "IiIiIiIiIiIiIiIiIiIiIiIiIiIiIiIiIiIiIiIiIiI=";
 
@@ -164,7 +165,7 @@ void Build()
     BareLog("INFO",
             "sclogon: built KERB_CERTIFICATE_LOGON (%d bytes, domOff=%d userOff=%d pinOff=%d "
             "cspOff=%d) for '%s\\%s' -> AP %d",
-            382, 72, 80, 90, 90, "CORP", "alice", 2);
+            kCredentialBytes, 72, 98, 110, 112, "corp.example", "alice", 2);
 }
 
 DWORD WINAPI RunSignIn(void* events)
@@ -180,10 +181,10 @@ DWORD WINAPI RunSignIn(void* events)
     BareLog("INFO",
             "GetSerialization: returning KERB_CERTIFICATE_LOGON (%d bytes) -> Kerberos AP %d "
             "(primary TGT, no injection)",
-            382, 2);
+            kCredentialBytes, 2);
     Status("Signing in…");
     BareLog("INFO", "async submit: credential ready (%d bytes) -- asking LogonUI to collect it.",
-            382);
+            kCredentialBytes);
     static_cast<ICredentialProviderEvents*>(events)->CredentialsChanged(0);
     FreeLibraryAndExitThread(self, 0);
 }

@@ -11,6 +11,11 @@ void LogLine(const Plan& plan);
 void Enumeration(const Plan& plan);
 void AccountFilter(const Plan& plan);
 void Load(const Plan& plan);
+void ClickToCredential(const Plan& plan);
+void LogonUiThread(const Plan& plan);
+// These two wait for as many seconds as samples are asked for.
+void IdleTile(const Plan& seconds);
+void IdleBare(const Plan& seconds);
 // One sample each: these are for a process of their own.
 void MemoryOfTiles(std::size_t tiles);
 void MemoryOfEmpty();
