@@ -39,7 +39,7 @@ struct Text64 {
 
 char answer[65536];
 Statement statement;
-HMODULE self = nullptr;  // a reference that the thread of a sign-in gives back
+HMODULE self = nullptr;  // each thread gives its reference back
 
 void Status(const char* text)
 {
@@ -195,13 +195,15 @@ DWORD WINAPI Watch(void* stop)
     while (WaitForSingleObject(stop, 500) == WAIT_TIMEOUT) {
         prov_has_fido_device();
     }
-    return 0;
+    FreeLibraryAndExitThread(self, 0);
 }
 
 }  // namespace
 
 HANDLE StartWatch(HANDLE stop)
 {
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&Watch),
+                       &self);
     return CreateThread(nullptr, 0, &Watch, stop, 0, nullptr);
 }
 

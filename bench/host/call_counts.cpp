@@ -13,7 +13,8 @@ namespace {
 
 // Of the C runtime's functions only these count.
 const std::set<std::string_view> kCountedOfRuntime = {"_wfopen", "fclose"};
-// What Windows does for the module within the process.
+// What Windows does for the module within the process; and the wait, which a byte of the pipe that
+// is there already does not need.
 const std::set<std::string_view> kWithinProcess = {"EnterCriticalSection",
                                                    "LeaveCriticalSection",
                                                    "InitializeCriticalSection",
@@ -26,6 +27,8 @@ const std::set<std::string_view> kWithinProcess = {"EnterCriticalSection",
                                                    "GetTickCount64",
                                                    "TlsGetValue",
                                                    "CoTaskMemAlloc",
+                                                   "WaitForSingleObject",
+                                                   "SHStrDupW",
                                                    "CoTaskMemFree",
                                                    "QISearch",
                                                    "MultiByteToWideChar",
