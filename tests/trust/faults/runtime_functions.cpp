@@ -17,8 +17,6 @@ void AddMemory(Fallibles& all)
 
 void AddLogText(Fallibles& all)
 {
-    Add<"_configthreadlocale", int(int)>(all, Area::kSideIssue, {{"-1", -1}});
-    Add<"setlocale", char*(int, const char*)>(all, Area::kSideIssue, {{"no such locale", nullptr}});
     Add<"_wfopen", std::FILE*(const wchar_t*, const wchar_t*)>(
         all, Area::kSideIssue,
         {{"ERROR_ACCESS_DENIED", nullptr, ERROR_ACCESS_DENIED},

@@ -11,6 +11,8 @@ constexpr const char* kUnwinding = "unwinds a C++ exception; it does not come ba
 constexpr const char* kWhileLoading =
     "called while the module is loaded or unloaded, when its import table cannot be diverted yet; "
     "the loader reports a failure itself";
+constexpr const char* kOtherConversions =
+    "for a conversion of the C runtime's own, which no line of the log has";
 constexpr const char* kNeverCalled =
     "linked with the runtime, but called on no road: what it belongs to is not used";
 constexpr const char* kDying = "ends a process that is lost already";
@@ -89,7 +91,6 @@ constexpr Unfailing kUnfailing[] = {
     {"__acrt_iob_func", kAlwaysAnswers},
     {"abort", kDying},
     {"calloc", kNeverCalled, false},
-    {"realloc", kNeverCalled, false},
     {"wcrtomb", kNeverCalled, false},
     {"mbrtowc", kNeverCalled, false},
     {"TlsAlloc", kNeverCalled, false},
@@ -101,12 +102,13 @@ constexpr Unfailing kUnfailing[] = {
      "the runtime's, at the first C++ exception, which no road throws by itself"},
     {"__stdio_common_vfprintf", kNeverCalled, false},
     {"__stdio_common_vfwprintf", kNeverCalled, false},
-    {"fputs", kNeverCalled, false},
     {"fputwc", kNeverCalled, false},
     {"strerror", kNeverCalled, false},
     {"_read", kNeverCalled, false},
     {"_close", kNeverCalled, false},
     {"rand_s", kNeverCalled, false},
+    {"_configthreadlocale", kOtherConversions, false},
+    {"setlocale", kOtherConversions, false},
 };
 
 }  // namespace
