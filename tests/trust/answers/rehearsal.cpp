@@ -5,6 +5,7 @@
 #include <doctest.h>
 
 #include "support/readable_failures.h"
+#include "trust/support/options.h"
 
 namespace kelvor::trust {
 namespace {
@@ -309,11 +310,12 @@ void Rehearsal::CheckTime(std::uint64_t wantedMs)
            "it took " + std::to_string(passedMs) + " ms and not " + std::to_string(wantedMs));
 }
 
-// At the first ends of each kind, and now and then.
+// In the short form at the first end of each kind, and now and then.
 void Rehearsal::SearchMemory(const std::string& exit)
 {
     constexpr std::size_t kNowAndThen = 200;
-    if (!tally_.searchedExits.insert(exit).second && tally_.signIns % kNowAndThen != 0) {
+    if (!tally_.searchedExits.insert(exit).second && !IsLongForm() &&
+        tally_.signIns % kNowAndThen != 0) {
         return;
     }
     const std::vector<std::string> places = stage_->SecretsLeft();
