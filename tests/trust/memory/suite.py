@@ -21,7 +21,7 @@ CLAIMS = {
 }
 
 
-# Both suites on two cores, with nothing else running.
+# What both suites take on two cores: an estimate, from the time of the ordinary one.
 WHOLE_MINUTES = 16
 
 
