@@ -269,11 +269,14 @@ TEST_CASE("A service that falls silent in mid-answer is given up")
 {
     Stage stage;
     Reply half = Reply::Silence();
-    half.pieces = {R"({"ok":tr)"};
+    const std::string bytes = R"({"ok":tr)";
+    half.pieces = {bytes};
     stage.service.Answers("provchallenge", half);
     stage.Select();
     stage.TypePin();
     stage.Click();
+    // The wait that ends is the one behind the last byte: another's byte could still come.
+    REQUIRE(stage.pipe.WaitForReads(bytes.size() + 1));
     REQUIRE(stage.clock.EndWait(30'000));
     stage.WaitForWorker();
     CHECK(DidNotRespond(stage));
