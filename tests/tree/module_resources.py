@@ -8,6 +8,7 @@ import tree
 
 TILE_IMAGE = 101
 LEAST_SIDE_PIXELS = 128
+LEAST_COLOURS = 64  # fewer are hardly a picture
 FIXED_INFO_SIGNATURE = 0xFEEF04BD  # VS_FIXEDFILEINFO.dwSignature
 
 
@@ -32,16 +33,20 @@ def bitmap_problems(data):
     if data is None:
         return [f"there is no bitmap {TILE_IMAGE}"]
     header, width, height, _, depth, compression = struct.unpack_from("<IiiHHI", data)
+    colours = struct.unpack_from("<I", data, 32)[0]
     problems = []
     if min(width, height) < LEAST_SIDE_PIXELS:
         problems.append(f"the tile image has {width} x {height} pixels")
-    if depth not in (24, 32) or compression != 0:
+    if depth != 8 or compression != 0:
         problems.append(f"the tile image has {depth} bits a pixel, compression {compression}")
-    row_bytes = (width * depth // 8 + 3) // 4 * 4
-    if len(data) < header + row_bytes * height:
-        problems.append("the tile image is cut short")
-    elif len(set(struct.iter_unpack(f"{depth // 8}s", data[header:header + 48 * row_bytes]))) < 64:
-        problems.append("the tile image is hardly a picture")
+    palette = {data[at:at + 4] for at in range(header, header + 4 * colours, 4)}
+    if len(palette) != colours or not LEAST_COLOURS <= colours <= 256:
+        problems.append(f"the tile image has {len(palette)} colours in a palette of {colours}")
+    pixels = data[header + 4 * colours:]
+    if len(pixels) != (width + 3) // 4 * 4 * height:
+        problems.append("the tile image is not as long as its header says")
+    elif len(set(pixels)) != colours:
+        problems.append("the tile image and its palette have not the same colours")
     return problems
 
 

@@ -1,12 +1,16 @@
 #!/usr/bin/env python3
-"""Draws the tile image: a security key lying on a calm blue ground, 192 x 192 pixels, 24 bits.
+"""Draws the tile image: a security key lying on a calm blue ground, 192 x 192 pixels, 8 bits.
 
     draw_tile_image.py FILE.bmp     writes the bitmap (the tree's own: tile_image.bmp)
     draw_tile_image.py FILE.png     writes the same picture as PNG, to look at
 
-Every shape is a signed distance in pixels, which gives smooth edges and soft shadows. Only
-additions, products and square roots are used: they are exact to the last bit on every machine, so
-the script gives the same bytes everywhere.
+The module carries the bitmap as it is, so each pixel is one byte, a place in a palette. No colour
+may be lost to that: everything is of one colour each, and an edge has few steps. The script fails
+when the picture needs more colours than a palette holds.
+
+Every shape is a signed distance in pixels, which gives smooth edges. Only additions, products and
+square roots are used: they are exact to the last bit on every machine, so the script gives the
+same bytes everywhere.
 """
 import math
 import struct
@@ -16,20 +20,19 @@ import zlib
 SIZE = 192
 # The key's own axes: x runs from its ring to its plug, turned by the angle of a 3-4-5 triangle.
 AXIS_X, AXIS_Y = 0.8, -0.6
-SHADOW_OFFSET_X, SHADOW_OFFSET_Y = 3.0, 7.0
+SHADOW_OFFSET_X, SHADOW_OFFSET_Y = 3.0, 8.0
+EDGE_STEPS = 16
+PALETTE_COLOURS = 256
 
-GROUND_TOP = (78, 132, 168)
-GROUND_BOTTOM = (24, 62, 96)
-GROUND_GLOW = (134, 184, 210)
-SHADOW = (8, 26, 44)
-BODY_LIGHT = (58, 66, 78)
-BODY_DARK = (28, 33, 42)
-BODY_EDGE = (110, 122, 138)
-PLUG_LIGHT = (226, 230, 236)
-PLUG_DARK = (150, 158, 170)
+GROUND = (58, 108, 146)
+SHADOW = (37, 77, 110)
+BODY = (42, 49, 60)
+BODY_EDGE = (98, 110, 126)
+PLUG = (206, 211, 219)
+PLUG_SHADE = (158, 166, 178)
 PLUG_HOLE = (64, 70, 80)
-DISC_LIGHT = (250, 214, 130)
-DISC_DARK = (208, 154, 62)
+DISC = (236, 188, 96)
+DISC_RING = (24, 29, 37)
 DISC_MARK = (104, 70, 18)
 LIGHT = (120, 226, 170)
 
@@ -38,18 +41,13 @@ def clamp(value):
     return min(1.0, max(0.0, value))
 
 
-def smooth(value):
-    t = clamp(value)
-    return t * t * (3.0 - 2.0 * t)
-
-
 def mix(first, second, share):
     return tuple(a + (b - a) * share for a, b in zip(first, second))
 
 
 def coverage(distance):
     """How much of a pixel a shape covers whose edge is `distance` away (negative: inside)."""
-    return clamp(0.5 - distance)
+    return int(clamp(0.5 - distance) * EDGE_STEPS + 0.5) / EDGE_STEPS
 
 
 def circle(x, y, centre_x, centre_y, radius):
@@ -81,20 +79,15 @@ def touch_mark(x, y):
     return min(bow, shaft, near_tooth, far_tooth)
 
 
-def ground(x, y):
-    colour = mix(GROUND_TOP, GROUND_BOTTOM, smooth(y / SIZE))
-    glow = 1.0 - math.sqrt((x - 70) ** 2 + (y - 52) ** 2) / 130
-    return mix(colour, GROUND_GLOW, 0.45 * smooth(glow))
-
-
 def key_axes(x, y):
     x, y = x - SIZE / 2, y - SIZE / 2
     return x * AXIS_X + y * AXIS_Y, y * AXIS_X - x * AXIS_Y
 
 
 def paint_plug(colour, x, y):
-    metal = mix(PLUG_LIGHT, PLUG_DARK, smooth((y + 15) / 30))
-    colour = mix(colour, metal, coverage(plug(x, y)))
+    distance = plug(x, y)
+    colour = mix(colour, PLUG, coverage(distance))
+    colour = mix(colour, PLUG_SHADE, coverage(max(distance, 7.0 - y)))
     for top in (-9.5, 3.5):
         colour = mix(colour, PLUG_HOLE, coverage(box(x, y, 44, top, 51, top + 6, 1)))
     return colour
@@ -102,31 +95,25 @@ def paint_plug(colour, x, y):
 
 def paint_body(colour, x, y):
     distance = body(x, y)
-    case = mix(BODY_LIGHT, BODY_DARK, smooth((y + 23) / 46))
-    colour = mix(colour, case, coverage(distance))
-    rim = coverage(abs(distance + 1.2) - 0.7) * (0.85 - 0.6 * clamp((y + 23) / 46))
-    return mix(colour, BODY_EDGE, rim)
+    colour = mix(colour, BODY_EDGE, coverage(distance))
+    return mix(colour, BODY, coverage(distance + 1.6))
 
 
 def paint_disc(colour, x, y):
     distance = circle(x, y, -8, 0, 16)
-    gold = mix(DISC_LIGHT, DISC_DARK, smooth((x + y + 32) / 52))
-    colour = mix(colour, BODY_DARK, 0.8 * coverage(distance - 2.2))
-    colour = mix(colour, gold, coverage(distance))
+    colour = mix(colour, DISC_RING, coverage(distance - 2.2))
+    colour = mix(colour, DISC, coverage(distance))
     return mix(colour, DISC_MARK, coverage(touch_mark(x, y)))
 
 
 def paint_light(colour, x, y):
-    distance = circle(x, y, 20, 0, 2.4)
-    colour = mix(colour, LIGHT, 0.35 * smooth(1.0 - distance / 5.0))
-    return mix(colour, LIGHT, coverage(distance))
+    return mix(colour, LIGHT, coverage(circle(x, y, 20, 0, 2.4)))
 
 
 def pixel(column, row):
     screen_x, screen_y = column + 0.5, row + 0.5
-    colour = ground(screen_x, screen_y)
     x, y = key_axes(screen_x - SHADOW_OFFSET_X, screen_y - SHADOW_OFFSET_Y)
-    colour = mix(colour, SHADOW, 0.5 * smooth(0.5 - min(body(x, y), plug(x, y)) / 16))
+    colour = mix(GROUND, SHADOW, coverage(min(body(x, y), plug(x, y))))
     x, y = key_axes(screen_x, screen_y)
     for paint in (paint_plug, paint_body, paint_disc, paint_light):
         colour = paint(colour, x, y)
@@ -137,15 +124,24 @@ def draw():
     return [[pixel(column, row) for column in range(SIZE)] for row in range(SIZE)]
 
 
+def palette_of(rows):
+    colours = sorted({dot for row in rows for dot in row})
+    if len(colours) > PALETTE_COLOURS:
+        sys.exit(f"the picture has {len(colours)} colours: a palette holds {PALETTE_COLOURS}")
+    return colours
+
+
 def bmp_bytes(rows):
-    padding = b"\0" * (-SIZE * 3 % 4)
-    bits = b"".join(
-        b"".join(bytes((blue, green, red)) for red, green, blue in row) + padding
-        for row in reversed(rows))
-    header_bytes = 14 + 40
-    return (struct.pack("<2sIHHI", b"BM", header_bytes + len(bits), 0, 0, header_bytes) +
-            struct.pack("<IiiHHIIiiII", 40, SIZE, SIZE, 1, 24, 0, len(bits), 3780, 3780, 0, 0) +
-            bits)
+    colours = palette_of(rows)
+    place = {colour: index for index, colour in enumerate(colours)}
+    padding = b"\0" * (-SIZE % 4)
+    bits = b"".join(bytes(place[dot] for dot in row) + padding for row in reversed(rows))
+    palette = b"".join(bytes((blue, green, red, 0)) for red, green, blue in colours)
+    before_bits = 14 + 40 + len(palette)
+    return (struct.pack("<2sIHHI", b"BM", before_bits + len(bits), 0, 0, before_bits) +
+            struct.pack("<IiiHHIIiiII", 40, SIZE, SIZE, 1, 8, 0, len(bits), 3780, 3780,
+                        len(colours), 0) +
+            palette + bits)
 
 
 def png_bytes(rows):
