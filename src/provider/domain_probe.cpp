@@ -1,5 +1,6 @@
 #include "provider/domain_probe.h"
 
+#include <string>
 #include <utility>
 
 #include "detached_thread.h"
@@ -16,7 +17,9 @@ void Ask(DomainProbe& probe)
     const DWORD error = LocateDomainController(domainController);
     probe.domainControllerFound = error == ERROR_SUCCESS;
     if (!probe.domainControllerFound) {
-        probe.reason = L"DsGetDcName failed (" + std::to_wstring(error) + L")";
+        // Not std::to_wstring: it brings all of the compiler's wide printf along.
+        const std::string code = std::to_string(error);
+        probe.reason = L"DsGetDcName failed (" + std::wstring(code.begin(), code.end()) + L")";
     } else if (!probe.tileName.empty()) {
         probe.upn = UpnOfAccount(probe.tileName);
         if (probe.upn.empty()) {
