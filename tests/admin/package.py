@@ -18,7 +18,8 @@ import tree  # noqa: E402
 
 CASE, BIN, FOLDER = sys.argv[1:]
 PREFIX = "package"
-DRIVE = os.path.join(tree.ROOT, "build", "wine", PREFIX, "drive_c")
+POOL = os.environ.get("KELVOR_WINE_POOL") or os.path.join(tree.ROOT, "build", "wine")
+DRIVE = os.path.join(POOL, PREFIX, "drive_c")
 CLASS = "{C48FBE3D-B4E8-4597-97A8-79FD7D8DEFCF}"
 MODULE = "KelvorFidoAdLogonCredentialProvider"
 MODULE_FILE = f"windows/system32/{MODULE}.dll"
@@ -82,7 +83,14 @@ def msi(version):
 
 
 def msiexec(action, package, *properties):
-    return wine("msiexec", action, windows_path(package), "/qn", *properties).returncode
+    """From a command file: msiexec wants quotes around a value with blanks, not around the property
+    with its value, which is how Wine passes an argument on."""
+    quoted = [re.sub("=(.* .*)", r'="\1"', text) for text in properties]
+    path = os.path.join(FOLDER, "msiexec.cmd")
+    with open(path, "w", encoding="ascii", newline="\r\n") as file:
+        file.write(" ".join(["@msiexec", action, windows_path(package), "/qn", *quoted]) +
+                   "\n@exit %errorlevel%\n")
+    return wine("cmd", "/c", windows_path(path)).returncode
 
 
 def registry():
