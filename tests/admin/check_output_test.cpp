@@ -57,6 +57,15 @@ TEST_CASE("What the module would have logged comes with its letters whole")
           std::string::npos);
 }
 
+TEST_CASE("What the card service said begins no line of the tool's own")
+{
+    Pc pc;
+    pc.service.Answers("status", R"({"ok":false,"error":"no\nOK    reader \u001b[32m"})");
+    const std::string text = pc.Check({L"--verbose"});
+    CHECK(text.find("log: WARN  softcardctl: status refused (no␊OK    reader ␛[32m)\n") !=
+          std::string::npos);
+}
+
 TEST_CASE("Without --verbose nothing is said of it, and the module's log is not written")
 {
     ProgramDataRoom programData;

@@ -6,6 +6,7 @@
 #include "console/arguments.h"
 #include "console/json_writer.h"
 #include "console/program.h"
+#include "console/visible_text.h"
 #include "written.h"
 
 using namespace kelvor::admin;
@@ -112,6 +113,15 @@ TEST_CASE("Colours stand around a text only where the output has them")
     CHECK(shown == "\x1B[31mFAIL\x1B[0m\n");
     const Written plain;
     CHECK(plain.To().Painted(Colour::kRed, "FAIL") == "FAIL");
+}
+
+TEST_CASE("A text of somebody else shows its control characters and keeps its letters")
+{
+    CHECK(Visible("first\r\nsecond\x1B[2J\x7F\xC2\x9B"
+                  "31m") ==
+          "first␍␊second␛[2J␡\xEF\xBF\xBD"
+          "31m");
+    CHECK(Visible("CORP\\jürgen 鍵 😀") == "CORP\\jürgen 鍵 😀");
 }
 
 TEST_CASE("JSON comes without blanks, with commas where they belong")

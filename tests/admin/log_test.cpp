@@ -236,6 +236,17 @@ TEST_CASE("A timeline shows where in the attempt each phase lies")
           "    LSA           1.0 s                        ##########\n");
 }
 
+TEST_CASE("What the card service said begins no line of the timeline's own and steers no console")
+{
+    LogText log;
+    log.Worker(0, "GetSerialization: enter user='CORP\\alice' otherUser=0");
+    log.Add(1, kWorker, "WARN", "softcardctl: arm refused (no\r\n    code: 0x0 \x1B[32maccepted)");
+    Written written;
+    ShowAsText(log.Attempts(), written.To());
+    CHECK(written.Text().find("    first sign: WARN softcardctl: arm refused (no␊    code: 0x0 "
+                              "␛[32maccepted)\n") != std::string::npos);
+}
+
 TEST_CASE("An empty log is said to be empty")
 {
     Written written;

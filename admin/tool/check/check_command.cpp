@@ -5,6 +5,7 @@
 #include "console/arguments.h"
 #include "console/json_writer.h"
 #include "console/version.h"
+#include "console/visible_text.h"
 #include "provider/account_classification.h"
 
 namespace kelvor::admin {
@@ -51,13 +52,13 @@ void Show(const Examined& examined, bool verbose, const Output& output)
     const VerdictLook look = LookOf(finding.verdict);
     const std::string blanks(kVerdictColumn - std::string_view(look.word).size(), ' ');
     output.Line(output.Painted(look.colour, look.word) + blanks +
-                Padded(finding.check, kNameColumn) + finding.seen);
+                Padded(finding.check, kNameColumn) + Visible(finding.seen));
     if (!finding.remedy.empty()) {
-        output.Line(Indented(finding.remedy));
+        output.Line(Indented(Visible(finding.remedy)));
     }
     if (verbose) {
         for (const std::string& line : examined.log) {
-            output.Line(Indented(output.Painted(Colour::kGrey, "log: " + line)));
+            output.Line(Indented(output.Painted(Colour::kGrey, "log: " + Visible(line))));
         }
     }
 }

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "advice/advice_book.h"
+#include "console/visible_text.h"
 #include "log/views.h"
 
 namespace kelvor::admin {
@@ -56,16 +57,16 @@ void ShowPhases(const Attempt& attempt, const Output& output)
 void ShowEnd(const Attempt& attempt, const Output& output)
 {
     if (!attempt.code.empty()) {
-        output.Line("    code: " + attempt.code);
+        output.Line("    code: " + Visible(attempt.code));
     }
     if (attempt.ending == Ending::kAccepted) {
         return;
     }
     if (!attempt.shown.empty()) {
-        output.Line("    the tile said: " + attempt.shown);
+        output.Line("    the tile said: " + Visible(attempt.shown));
     }
     if (!attempt.evidence.empty()) {
-        output.Line("    first sign: " + attempt.evidence);
+        output.Line("    first sign: " + Visible(attempt.evidence));
     }
     if (const Advice* advice = TheAdviceBook().For(attempt.shown)) {
         output.Line("    cause: " + advice->cause);
@@ -92,8 +93,9 @@ void ShowAsText(const std::vector<Attempt>& attempts, const Output& output)
         output.Line("No sign-in with a security key is in the log.");
     }
     for (const Attempt& attempt : attempts) {
-        output.Line(output.Painted(Colour::kBold, attempt.first.time) + "  " + attempt.tile +
-                    (attempt.account.empty() ? "" : " as " + attempt.account) + "  (" +
+        output.Line(output.Painted(Colour::kBold, Visible(attempt.first.time)) + "  " +
+                    Visible(attempt.tile) +
+                    (attempt.account.empty() ? "" : " as " + Visible(attempt.account)) + "  (" +
                     attempt.road + ")  " +
                     output.Painted(ColourOf(attempt.ending), std::string(InWords(attempt.ending))) +
                     "  " + Duration(attempt.durationMs));
