@@ -20,6 +20,9 @@ POLICIES = ("KelvorFidoAdLogon.admx", "en-US/KelvorFidoAdLogon.adml")
 DOCS = ("accessibility", "deployment", "limits", "recovery", "settings", "troubleshooting")
 # An attribute of a component (Windows Installer's Component table).
 PERMANENT = 16
+# Right behind InstallInitialize (1500), which begins what Windows Installer takes back when it fails:
+# the older version is removed in there, not before.
+REMOVAL_OF_OLDER = "1501"
 # Names of eight letters for folders whose own name is longer.
 SHORT_FOLDERS = {"ProductFolder": "FIDOAD~1", "DataFolder": "KELVOR~1"}
 # Who may do what in the log's folders: SYSTEM and Administrators everything, nobody else anything,
@@ -37,7 +40,9 @@ def run(command, **options):
 def arguments():
     parser = argparse.ArgumentParser(
         prog="./run package", usage="./run package [--certificate PFX --password-file FILE [--timestamp URL]]",
-        description="Makes the installer of this version in build/package.")
+        description="Makes the installer of this version in build/package.",
+        epilog="`./run trust installer` installs it with every set of its properties and holds registry and "
+               "files against those of before.")
     parser.add_argument("bin", help=argparse.SUPPRESS)
     parser.add_argument("msi", help=argparse.SUPPRESS)
     parser.add_argument("--check", action="store_true", help=argparse.SUPPRESS)
@@ -113,7 +118,8 @@ def short_name(number, name):
 
 
 def complete(msi, folder, version):
-    """A setting is written when its property is given; settings and log stay when the product goes."""
+    """A setting is written when its property is given; settings and log stay when the product goes; an
+    older version goes for good only when this one is there."""
     settings = []
 
     def component(row):
@@ -140,8 +146,12 @@ def complete(msi, folder, version):
     def registry(row):
         row["Key"] = row["Key"].rstrip("\\")
 
+    def action(row):
+        if row["Action"] == "RemoveExistingProducts":
+            row["Sequence"] = REMOVAL_OF_OLDER
+
     for table, edit in (("Component", component), ("File", file), ("Directory", directory),
-                        ("Property", property_), ("Registry", registry)):
+                        ("Property", property_), ("Registry", registry), ("InstallExecuteSequence", action)):
         edit_table(msi, folder, table, edit)
     close_log_folders(msi, folder)
 

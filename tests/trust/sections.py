@@ -50,4 +50,10 @@ SECTIONS = (
         "The whole suite on two other builds of the same sources: one whose every allocation ends at"
         " a guard page and vanishes when it is freed, one that traps at undefined behaviour.",
         10, "python3 -B tests/trust/memory/suite.py {minutes} --report {report}"),
+    Section(
+        "installer", "Installing and removing",
+        "The installer with every set of its properties, by Wine's own msiexec, with registry and files"
+        " compared before, while it is installed and after its removal.",
+        5, "python3 -B tests/trust/installer/every_set.py build/mingw --seed {seed} {minutes}"
+           " --report {report}"),
 )

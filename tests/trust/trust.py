@@ -49,7 +49,7 @@ def git(*words):
 
 
 def commit():
-    changed = git("status", "--porcelain", "--", "src", "tests", "simulator")
+    changed = git("status", "--porcelain", "--", "src", "tests", "simulator", "admin")
     return git("rev-parse", "--short", "HEAD") + (" with changes" if changed else "")
 
 
