@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
-"""make_kit.py BUILD MSI ZIP: packs what windows/verify.ps1 checks on a Windows PC.
+"""make_kit.py BUILD MSI DAMAGED ZIP: packs what windows/verify.ps1 checks on a Windows PC.
 
-BUILD is the folder of a whole build with the first compiler. The kit holds the tree as it is committed,
+BUILD is the folder of a whole build with the first compiler, DAMAGED an installer of a newer version that
+fails. The kit holds the tree as it is committed,
 the programs and tests of the build, below root/ at the paths at which they were built: as drive Z:,
 the tests find them there. Steps that need a person are those of the table in docs/windows.md.
 """
@@ -37,7 +38,7 @@ def programs_of(build):
                   if "CMakeFiles" not in path)
 
 
-def main(build, msi, kit):
+def main(build, msi, damaged, kit):
     build = os.path.abspath(build)
     programs = programs_of(build)
     tests = [os.path.relpath(path, TREE) for path in programs
@@ -51,6 +52,7 @@ def main(build, msi, kit):
         file.writestr("kit.json", json.dumps(about, indent=2, ensure_ascii=False))
         file.write(os.path.join(TREE, "windows", "verify.ps1"), "verify.ps1")
         file.write(msi, os.path.basename(msi))
+        file.write(damaged, "damaged/newer.msi")
         for name in output_of("git", "ls-files", "-z").split("\0"):
             path = os.path.join(TREE, name)
             if name and os.path.isfile(path):
@@ -62,7 +64,7 @@ def main(build, msi, kit):
 
 
 if __name__ == "__main__":
-    if len(sys.argv) != 4:
+    if len(sys.argv) != 5:
         print(__doc__, file=sys.stderr)
         sys.exit(2)
     main(*sys.argv[1:])

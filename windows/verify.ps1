@@ -139,9 +139,9 @@ function Test-Pipe {
 }
 
 # msiexec has rules of its own for quotes: PROPERTY="value with blanks".
-function Invoke-Installer([string] $Arguments) {
+function Invoke-Installer([string] $Arguments, [int[]] $Wanted = @(0, 3010)) {
     $process = Start-Process msiexec.exe -ArgumentList "$Arguments /qn /l*v `"$PSScriptRoot\msi.log`"" -Wait -PassThru
-    Assert-That ($process.ExitCode -in 0, 3010) "msiexec $Arguments ended with $($process.ExitCode); see msi.log"
+    Assert-That ($process.ExitCode -in $Wanted) "msiexec $Arguments ended with $($process.ExitCode); see msi.log"
     $process.ExitCode
 }
 
@@ -340,6 +340,16 @@ function Test-FirstInstance {
     throw 'an administrator could serve the pipe beside the service'
 }
 
+# ERROR_INSTALL_FAILURE, and the older version is there as before.
+function Test-FailedUpgrade {
+    $damaged = Join-Path $PSScriptRoot 'damaged\newer.msi'
+    "ended with $(Invoke-Installer "/i `"$damaged`"" @(1603))"
+    foreach ($key in $registrations) { Assert-That (Test-Path $key) "not put back: $key" }
+    Test-Image (Join-Path $env:SystemRoot "System32\$moduleName") $false
+    $tool = Join-Path $env:ProgramFiles 'Kelvor\FidoAdLogon\KelvorFidoAdLogonAdmin.exe'
+    Assert-That (Test-Path $tool) "not put back: $tool"
+}
+
 function Remove-Product {
     "removed, exit status $(Invoke-Installer "/x `"$script:package`"")"
     foreach ($key in $registrations) { Assert-That (-not (Test-Path $key)) "left behind: $key" }
@@ -399,6 +409,7 @@ try {
         Add-Line ''
         Add-Line '## By hand'
         foreach ($step in $kit.byHand) { Invoke-ByHand $step }
+        Invoke-Step 'A newer version that fails' { Test-FailedUpgrade }
         Invoke-Step 'Removed' { Remove-Product }
     }
 } finally {

@@ -1,9 +1,11 @@
 #!/usr/bin/env python3
-"""build_msi.py BIN MSI [--check] [--version X.Y.Z] [--certificate PFX --password-file FILE [--timestamp URL]]
+"""build_msi.py BIN MSI [--check] [--version X.Y.Z] [--damaged]
+             [--certificate PFX --password-file FILE [--timestamp URL]]
 
 Makes the installer from the programs in the folder BIN: stages the files, lets wixl make the database,
 and adds what wixl has no words for. With a certificate (PKCS #12) the programs and the MSI are signed.
-With --check it only looks at the arguments. Exit status 2: they make no sense.
+With --damaged its files cannot be unpacked, to try what a failure leaves. With --check it only looks at
+the arguments. Exit status 2: they make no sense.
 """
 import argparse
 import os
@@ -46,6 +48,7 @@ def arguments():
     parser.add_argument("bin", help=argparse.SUPPRESS)
     parser.add_argument("msi", help=argparse.SUPPRESS)
     parser.add_argument("--check", action="store_true", help=argparse.SUPPRESS)
+    parser.add_argument("--damaged", action="store_true", help=argparse.SUPPRESS)
     parser.add_argument("--version", default=project_version(), help=argparse.SUPPRESS)
     parser.add_argument("--certificate", metavar="PFX", help="signs the programs and the MSI with it")
     parser.add_argument("--password-file", metavar="FILE", help="its password")
@@ -156,6 +159,13 @@ def complete(msi, folder, version):
     close_log_folders(msi, folder)
 
 
+def damage(msi, folder):
+    path = os.path.join(folder, "no-cabinet")
+    with open(path, "w", encoding="ascii") as file:
+        file.write("no cabinet")
+    run(["msibuild", msi, "-a", "files.cab", path])
+
+
 def main():
     given = arguments()
     if given.check:
@@ -168,6 +178,8 @@ def main():
         run(["wixl", "-a", "x64", "-D", "Version=" + given.version, "-o", msi,
              "KelvorFidoAdLogon.wxs"], cwd=folder)
         complete(msi, folder, given.version)
+        if given.damaged:
+            damage(msi, folder)
         sign(given, msi)
         shutil.copyfile(msi, given.msi)
     print(given.msi)

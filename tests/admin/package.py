@@ -6,15 +6,14 @@ properties is tried by `./run trust installer`.
 """
 import os
 import re
-import shutil
 import sys
 
-from installed_pc import (CLASS, MODULE, MODULE_FILE, SETTINGS_KEY, SOME, Pc, expect, expect_status,
-                          must, settings, tree, windows_path)
+from installed_pc import (CLASS, FORGET_SETTINGS, MODULE, MODULE_FILE, SETTINGS_KEY, SOME, Pc, expect,
+                          expect_status, given, msiexec, must, settings, tree, windows_path)
 
 CASE, BIN, FOLDER = sys.argv[1:]
 PC = Pc("package", os.path.dirname(BIN), FOLDER)
-OLDER, VERSION, NEWER = "0.9.0", "1.0.0", "1.1.0"
+OLDER, VERSION, NEWER, DAMAGED = "0.9.0", "1.0.0", "1.1.0", "1.2.0"
 INSTALL_FAILURE = 1603 & 0xFF  # Wine hands Linux the low byte of ERROR_INSTALL_FAILURE
 # Administrators own it; SYSTEM and they have full control, handed down; nothing comes from above.
 CLOSED = "O:BAG:SYD:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)"
@@ -32,9 +31,9 @@ def expect_unchanged(before, what):
 
 def build():
     os.makedirs(FOLDER, exist_ok=True)
-    for version in (OLDER, VERSION, NEWER):
+    for version, *options in ((OLDER,), (VERSION,), (NEWER,), (DAMAGED, "--damaged")):
         must("python3", "-B", "admin/installer/build_msi.py", BIN, msi(version), "--version",
-             version)
+             version, *options)
     PC.renew()
 
 
@@ -56,13 +55,14 @@ def log_folder():
 
 def each_property():
     for name, (value, spelled, data) in SOME.items():
-        PC.install(msi(VERSION), [name])
-        shown = PC.wine("reg", "query", "HKLM\\" + SETTINGS_KEY).stdout.decode()
+        ran = PC.run_file(msiexec("/i", msi(VERSION), *given([name])), f"reg query HKLM\\{SETTINGS_KEY}",
+                          msiexec("/x", msi(VERSION)), FORGET_SETTINGS)
+        shown = ran.stdout.decode()
+        expect_status(ran.returncode, 0, f"{name}: {shown}")
         found = re.findall(r"^ +(\S+) +REG_(?:SZ|DWORD) +(.*?)\r?$", shown, re.MULTILINE)
         wanted = f"0x{data}" if spelled.startswith("dword") else data
         expect(set(found), {(value, wanted)}, f"settings after {name}")
-        PC.remove(msi(VERSION))
-        PC.forget()
+        PC.forget_log()
 
 
 def repair():
@@ -86,16 +86,6 @@ def upgrade():
     expect(after[2], {NEWER}, "versions listed")
 
 
-def damaged(whole):
-    """A copy of the package whose files cannot be unpacked."""
-    path, cabinet = os.path.join(FOLDER, "damaged.msi"), os.path.join(FOLDER, "no-cabinet")
-    shutil.copyfile(whole, path)
-    with open(cabinet, "w", encoding="ascii") as file:
-        file.write("no cabinet")
-    must("msibuild", path, "-a", "files.cab", cabinet)
-    return path
-
-
 def failed_upgrade():
     rows = must("msiinfo", "export", msi(NEWER), "InstallExecuteSequence").splitlines()[3:]
     places = {action: int(place) for action, _, place in (row.split("\t") for row in rows)}
@@ -104,7 +94,7 @@ def failed_upgrade():
     expect({within[1][1]}, {"RemoveExistingProducts"}, "the first action of the transaction")
     PC.install(msi(VERSION), ["ENABLED"])
     whole = PC.snapshot()
-    expect_status(PC.msiexec("/i", damaged(msi(NEWER))), INSTALL_FAILURE, "a damaged newer version")
+    expect_status(PC.msiexec("/i", msi(DAMAGED)), INSTALL_FAILURE, "a damaged newer version")
     PC.install(msi(VERSION))
     expect_unchanged(whole, "after the failure and the way back")
 
