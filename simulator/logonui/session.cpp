@@ -118,6 +118,7 @@ void Session::Attach(HMODULE module)
 
 void Session::StartScreen(Screen screen)
 {
+    shownScreen_ = screen;
     const ScreenRow& row = RowOf(screen);
     view_.Say("screen", row.text);
     const HRESULT hr = host_.Start(row.scenario, UsersOfScreen());

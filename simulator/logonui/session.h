@@ -105,6 +105,7 @@ class Session {
 
     // What there is to see, for a screen that shows it by itself.
     const ProviderHost& Host() const noexcept { return host_; }
+    Screen ShownScreen() const noexcept { return shownScreen_; }
     // DOMAIN\user whom a tile belongs to; empty for a tile of nobody.
     std::wstring OwnerOf(std::size_t tile) const;
     bool KeyBlinks() const { return key_ && key_->WaitsForTouch(); }
@@ -155,6 +156,7 @@ class Session {
     std::optional<ExchangeWatch> exchanges_;
     std::optional<KeyHands> key_;
     std::optional<KeyLooks> looks_;
+    Screen shownScreen_ = world_.pc.screen;
 
     std::vector<NTSTATUS> results_;  // of every logon so far
     std::size_t expectedResults_ = 0;

@@ -15,6 +15,8 @@ enum ControlId : int {
     kBeginAgainId,  // in the middle of the screen, once somebody has signed in
     kSituationId,
     kRestartId,
+    kScreenId,
+    kShowScreenId,
     kPlugInId,
     kLayOnReaderId,
     kTakeAwayId,

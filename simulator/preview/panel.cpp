@@ -4,6 +4,7 @@
 
 #include "preview/controls.h"
 #include "preview/panel_layout.h"
+#include "preview/screen_names.h"
 
 namespace kelvor::simulator {
 namespace {
@@ -18,9 +19,9 @@ struct ButtonRow {
     const wchar_t* text;
 };
 constexpr ButtonRow kButtons[] = {
-    {kRestartId, L"Begin"},      {kPlugInId, L"Plug in"},      {kLayOnReaderId, L"Lay on NFC"},
-    {kTakeAwayId, L"Take away"}, {kTouchId, L"Touch the key"}, {kStartServiceId, L"Start"},
-    {kKillServiceId, L"Kill"},   {kCollectId, L"Collect"},
+    {kRestartId, L"Begin"},          {kShowScreenId, L"Show"},    {kPlugInId, L"Plug in"},
+    {kLayOnReaderId, L"Lay on NFC"}, {kTakeAwayId, L"Take away"}, {kTouchId, L"Touch the key"},
+    {kStartServiceId, L"Start"},     {kKillServiceId, L"Kill"},   {kCollectId, L"Collect"},
 };
 
 // What the transcript has of a tap that is about to come, and of LSA's answer.
@@ -41,6 +42,7 @@ Panel::Panel(HWND window, const Fonts& fonts, const std::vector<Situation>& situ
       situations_(situations),
       current_(current),
       situation_(CreatePanelBox(window, kSituationId, L"Situation")),
+      screen_(CreatePanelBox(window, kScreenId, L"Screen")),
       tapAnswer_(window, kTapAnswerId, fonts, TapAnswers()),
       logonAnswer_(window, kLogonAnswerId, fonts, LogonAnswers()),
       events_(window, kEventsId, fonts)
@@ -49,6 +51,9 @@ Panel::Panel(HWND window, const Fonts& fonts, const std::vector<Situation>& situ
         SendMessageW(situation_, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(each.name.c_str()));
     }
     SendMessageW(situation_, CB_SETCURSEL, current_, 0);
+    for (const ScreenName& each : kScreenNames) {
+        SendMessageW(screen_, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(each.text));
+    }
     for (const ButtonRow& row : kButtons) {
         const DWORD disabled = row.id == kRestartId ? 0 : WS_DISABLED;
         buttons_.push_back(
@@ -58,6 +63,12 @@ Panel::Panel(HWND window, const Fonts& fonts, const std::vector<Situation>& situ
                              0, window, reinterpret_cast<HMENU>(static_cast<INT_PTR>(row.id)),
                              nullptr, nullptr)});
     }
+}
+
+void Panel::SetWorld(PanelWorld world)
+{
+    world_ = std::move(world);
+    ChooseScreen(world_.screen);
 }
 
 void Panel::AddEvent(std::string_view event)
@@ -80,6 +91,9 @@ void Panel::Resize(const RECT& place)
     const auto below = [&](int top) { return place.top + top + panel::kHeadingHeight; };
     MoveTo(situation_, left, below(panel::kSituationTop), besideButton, kDroppedHeight);
     MoveTo(Find(kRestartId), left + width - kSideButton, below(panel::kSituationTop), kSideButton,
+           kButtonHeight);
+    MoveTo(screen_, left, below(panel::kScreenTop), besideButton, kDroppedHeight);
+    MoveTo(Find(kShowScreenId), left + width - kSideButton, below(panel::kScreenTop), kSideButton,
            kButtonHeight);
     PlaceRow(below(panel::kKeyTop), {kPlugInId, kLayOnReaderId, kTakeAwayId});
     PlaceRow(below(panel::kKeyTop) + kButtonHeight + kBetween, {kTouchId});
@@ -126,6 +140,7 @@ void Panel::Refresh()
     const bool runs = session_->ServiceRuns();
     const bool blinks = session_->KeyBlinks();
     const bool over = session_->SignedIn();
+    Enable(kShowScreenId, !over && !screenHeld_);
     Enable(kPlugInId, !over && world_.key != Presence::kUsb);
     Enable(kLayOnReaderId, !over && world_.key != Presence::kNfc);
     Enable(kTakeAwayId, !over && world_.key != Presence::kNone);
@@ -147,6 +162,11 @@ bool Panel::OnCommand(WORD id, WORD code)
             // The arrows look around in the closed box: Enter, or the button beside it, begins.
             if (code == CBN_SELENDOK && SendMessageW(situation_, CB_GETDROPPEDSTATE, 0, 0) != 0) {
                 BeginChosen();
+            }
+            return true;
+        case kScreenId:
+            if (code == CBN_SELENDOK && SendMessageW(screen_, CB_GETDROPPEDSTATE, 0, 0) != 0) {
+                ShowChosenScreen();
             }
             return true;
         case kTapAnswerId:
@@ -177,6 +197,26 @@ void Panel::BeginChosen()
     next_ = row >= 0 ? static_cast<std::size_t>(row) : current_;
 }
 
+void Panel::HoldScreen(bool held)
+{
+    screenHeld_ = held;
+    Refresh();
+}
+
+void Panel::ChooseScreen(Screen screen)
+{
+    const auto* const name = std::ranges::find(kScreenNames, screen, &ScreenName::screen);
+    SendMessageW(screen_, CB_SETCURSEL, static_cast<WPARAM>(name - kScreenNames), 0);
+}
+
+void Panel::ShowChosenScreen()
+{
+    const LRESULT row = SendMessageW(screen_, CB_GETCURSEL, 0, 0);
+    if (row >= 0 && IsWindowEnabled(Find(kShowScreenId))) {
+        session_->ShowScreen(kScreenNames[row].screen);
+    }
+}
+
 bool Panel::OrderTap(int code)
 {
     const bool offered = tapAnswer_.Choose(code);
@@ -204,6 +244,9 @@ void Panel::Do(int id)
     switch (id) {
         case kRestartId:
             BeginChosen();
+            break;
+        case kShowScreenId:
+            ShowChosenScreen();
             break;
         case kPlugInId:
             session_->InsertKey(false);

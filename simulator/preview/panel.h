@@ -21,6 +21,7 @@ namespace kelvor::simulator {
 struct PanelWorld {
     Presence key = Presence::kNone;  // where the key is when the run begins
     bool collectsAtOnce = true;
+    Screen screen = Screen::kLogon;  // that the run begins with
     Secret<wchar_t> hint;
 };
 
@@ -36,7 +37,7 @@ class Panel {
     Panel(const Panel&) = delete;
     Panel& operator=(const Panel&) = delete;
 
-    void SetWorld(PanelWorld world) { world_ = std::move(world); }
+    void SetWorld(PanelWorld world);
     void Attach(Session& session) noexcept { session_ = &session; }
     void AddEvent(std::string_view event);
 
@@ -49,6 +50,10 @@ class Panel {
     bool OnMeasureItem(MEASUREITEMSTRUCT& item) const;
     bool OnDrawItem(const DRAWITEMSTRUCT& item) const;
 
+    // While the provider signs in inside a call of this thread it cannot be let go of.
+    void HoldScreen(bool held);
+
+    void ChooseScreen(Screen screen);
     // Chooses in the boxes; false when they do not offer it.
     bool OrderTap(int code);
     bool OrderLogon(NTSTATUS status);
@@ -70,6 +75,7 @@ class Panel {
     void Enable(int id, bool enabled);
     void Do(int id);
     void BeginChosen();
+    void ShowChosenScreen();
     std::wstring KeyText() const;
     RECT Line(int top, int height) const noexcept;
     void PaintHeading(HDC dc, int top, const wchar_t* text, const std::wstring& state) const;
@@ -81,6 +87,7 @@ class Panel {
     const std::size_t current_;
     Session* session_ = nullptr;
     HWND situation_ = nullptr;
+    HWND screen_ = nullptr;
     std::vector<Button> buttons_;
     AnswerBox tapAnswer_;
     AnswerBox logonAnswer_;
@@ -88,6 +95,7 @@ class Panel {
     PanelWorld world_;
     RECT place_ = {};
     bool blinks_ = false;
+    bool screenHeld_ = false;
     bool serviceRuns_ = false;
     std::optional<std::size_t> next_;
 };

@@ -1,10 +1,12 @@
 // How the panel looks.
 #include <array>
+#include <iterator>
 
 #include "preview/controls.h"
 #include "preview/drawing.h"
 #include "preview/panel.h"
 #include "preview/panel_layout.h"
+#include "preview/screen_names.h"
 
 namespace kelvor::simulator {
 
@@ -33,7 +35,8 @@ void Panel::Paint(HDC dc) const
             Line(38, 20), DT_SINGLELINE);
     PaintHeading(dc, panel::kSituationTop, L"Situation", L"");
     PutText(dc, font, kPanelText, situations_[current_].sentence,
-            Line(panel::kSentenceTop, panel::kKeyTop - panel::kSentenceTop), DT_WORDBREAK);
+            Line(panel::kSentenceTop, panel::kScreenTop - panel::kSentenceTop), DT_WORDBREAK);
+    PaintHeading(dc, panel::kScreenTop, L"Screen", L"");
     PaintHeading(dc, panel::kKeyTop, L"Security key", KeyText());
     PaintHeading(dc, panel::kTapAnswerTop, L"The key answers the next tap", L"");
     PaintHeading(dc, panel::kServiceTop, L"Card service", serviceRuns_ ? L"runs" : L"does not run");
@@ -74,6 +77,11 @@ bool Panel::OnDrawItem(const DRAWITEMSTRUCT& item) const
         case kSituationId:
             DrawPanelRow(item, fonts_,
                          item.itemID < situations_.size() ? situations_[item.itemID].name : L"");
+            break;
+        case kScreenId:
+            DrawPanelRow(
+                item, fonts_,
+                item.itemID < std::size(kScreenNames) ? kScreenNames[item.itemID].text : L"");
             break;
         default:
             DrawButton(item);

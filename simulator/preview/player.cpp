@@ -87,6 +87,9 @@ Player::Trouble Player::Take(const Scenario::Line& line)
             return Press(kStartServiceId);
         case StepKind::kKillService:
             return Press(kKillServiceId);
+        case StepKind::kShowScreen:
+            window_.World().ChooseScreen(ReadScreen(step.text));
+            return Press(kShowScreenId);
         case StepKind::kPicture:
             TakePicture(step.text);
             return std::nullopt;

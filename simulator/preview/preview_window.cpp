@@ -217,13 +217,16 @@ LRESULT PreviewWindow::HandleFrame(UINT message, WPARAM word, LPARAM parameter)
     return DefWindowProcW(window_, message, word, parameter);
 }
 
-// Enter presses the button that has the focus, begins the situation that its box shows, and else
-// is the sign-in screen's.
+// Enter presses the button that has the focus, begins the situation or shows the screen that its
+// box shows, and else is the sign-in screen's.
 int PreviewWindow::DefaultControl() const noexcept
 {
     const HWND focus = GetFocus();
     if (focus == Control(kSituationId)) {
         return kRestartId;
+    }
+    if (focus == Control(kScreenId)) {
+        return kShowScreenId;
     }
     const bool isButton = (SendMessageW(focus, WM_GETDLGCODE, 0, 0) & DLGC_BUTTON) != 0;
     return isButton ? GetDlgCtrlID(focus) : area_->DefaultControl();
@@ -235,7 +238,9 @@ void PreviewWindow::OnCommand(WORD id, WORD code)
         panel_->BeginAgain();
     } else if (id == kSubmitId && code == BN_CLICKED) {
         panel_->GiveOrders();
+        panel_->HoldScreen(true);
         area_->OnCommand(id, code);
+        panel_->HoldScreen(false);
     } else if (!panel_->OnCommand(id, code)) {
         area_->OnCommand(id, code);
     }

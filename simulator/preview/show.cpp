@@ -8,6 +8,7 @@
 #include "logonui/step_runner.h"
 #include "preview/player.h"
 #include "preview/preview_window.h"
+#include "preview/screen_names.h"
 #include "text/utf8.h"
 
 namespace kelvor::simulator {
@@ -22,23 +23,6 @@ World MakeWorld(Scenario& scenario, const std::wstring& name, const StateFolder&
     world.key.pin.Clear();  // the user's secret, which the screen has no business with
     scenario.ForgetWorld();
     return world;
-}
-
-const wchar_t* TextOf(Screen screen)
-{
-    switch (screen) {
-        case Screen::kLogon:
-            return L"Sign in";
-        case Screen::kUnlock:
-            return L"Locked";
-        case Screen::kChangePassword:
-            return L"Change a password";
-        case Screen::kCredentialPrompt:
-            return L"A program asks for credentials";
-        case Screen::kPreLogonAccess:
-            break;
-    }
-    return L"Network sign-in";
 }
 
 // What the scenario prepares before the first click and no hand could do at the right moment.
@@ -75,7 +59,8 @@ std::optional<std::size_t> ShowSituation(const std::vector<Situation>& situation
     transcript.SetListener([&window](std::string_view event) { window.Happened(event); });
     window.Area().SetPlace(world.pc.name, TextOf(world.pc.screen));
     window.Area().SetNotice(L"The world of this situation is being made…");
-    window.World().SetWorld({world.key.presence, world.screen.collectsAtOnce, HintOf(scenario)});
+    window.World().SetWorld(
+        {world.key.presence, world.screen.collectsAtOnce, world.pc.screen, HintOf(scenario)});
     window.Show();
 
     SessionOptions options;
@@ -85,8 +70,6 @@ std::optional<std::size_t> ShowSituation(const std::vector<Situation>& situation
     Session& session = *new Session(std::move(world), std::move(options), transcript);
     const SessionEnd end(session);
     session.Begin();
-    window.Area().SetNotice(session.Host().TileCount() != 0 ? L"Choose a tile."
-                                                            : L"The provider has no tiles here.");
     window.Attach(session);
     std::optional<Player> player;
     if (pictures.empty()) {

@@ -6,6 +6,7 @@
 
 #include "preview/controls.h"
 #include "preview/drawing.h"
+#include "preview/screen_names.h"
 
 namespace kelvor::simulator {
 namespace {
@@ -111,15 +112,20 @@ void SignInArea::ShowTile()
     const ProviderHost& screen = session_->Host();
     Shown now;
     now.signedIn = session_->SignedIn();
+    now.screen = TextOf(session_->ShownScreen());
+    now.notice = screen.TileCount() != 0 ? L"Choose a tile." : L"The provider has no tiles here.";
     now.hasTile = screen.HasSelection() && !now.signedIn;
     if (now.hasTile) {
         now.tile = screen.TileAt(screen.Selected());
         now.owner = session_->OwnerOf(screen.Selected());
     }
     if (now.tile == shown_.tile && now.owner == shown_.owner && now.hasTile == shown_.hasTile &&
-        now.signedIn == shown_.signedIn) {
+        now.signedIn == shown_.signedIn && now.screen == shown_.screen &&
+        now.notice == shown_.notice) {
         return;
     }
+    screen_ = now.screen;
+    notice_ = now.notice;
     shown_ = std::move(now);
     pieces_ = LayOut(shown_.tile, shown_.owner, static_cast<int>(size_.cx),
                      [this](FontRole role, std::wstring_view text, int width) {

@@ -21,7 +21,7 @@ class SignInArea {
     SignInArea(const SignInArea&) = delete;
     SignInArea& operator=(const SignInArea&) = delete;
 
-    // What stands at the top: the PC and which screen it is.
+    // What stands at the top: the PC and, until there is a session, which screen it is.
     void SetPlace(const std::wstring& pc, const std::wstring& screen);
     // Shown in the middle until there is a session.
     void SetNotice(const std::wstring& notice) { notice_ = notice; }
@@ -46,6 +46,7 @@ class SignInArea {
         std::wstring owner;
         bool hasTile = false;
         bool signedIn = false;
+        std::wstring screen, notice;
     };
 
     void ShowTiles();

@@ -42,6 +42,7 @@ Secret<wchar_t> Widen(std::string_view text)
 bool IsForPerson(StepKind kind)
 {
     switch (kind) {
+        case StepKind::kShowScreen:
         case StepKind::kSelectTile:
         case StepKind::kDeselect:
         case StepKind::kInsertKey:
