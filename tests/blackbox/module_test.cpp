@@ -274,10 +274,16 @@ TEST_CASE("A module that comes and goes leaves neither memory nor handles behind
         stage.SignInWhole();
     };
     comeAndGo();  // what the system keeps from the first time on
-    const std::size_t busyBefore = BusyBytes();
     const ResourceCounts before = CountResources();
-    comeAndGo();
+    // A block as large as any that the runtime keeps for itself would show, each time: a heap takes
+    // such a block for its own housekeeping now and then, but not each time.
+    constexpr std::size_t kBlockBytes = 16'384;
+    bool everyTime = true;
+    for (int time = 0; time < 4 && everyTime; ++time) {
+        const std::size_t busyBefore = BusyBytes();
+        comeAndGo();
+        everyTime = BusyBytes() >= busyBefore + kBlockBytes;
+    }
+    CHECK_FALSE(everyTime);
     CHECK(Growth(before, CountResources()) == std::vector<std::string>{});
-    // A block as large as any that the runtime keeps for itself would show.
-    CHECK(BusyBytes() < busyBefore + 16'384);
 }

@@ -71,4 +71,18 @@ HouseCount CountHouse()
     return house;
 }
 
+bool FreedBlocksCount()
+{
+    static const bool found = [] {
+        constexpr std::size_t kBlocks = 400;  // of a size: enough for a heap to want some more
+        constexpr std::size_t kLargest = 640;
+        const std::size_t before = CountHouse().heapBytes;
+        for (std::size_t size = 16; size <= kLargest; size *= 2) {
+            const std::vector<std::vector<char>> blocks(kBlocks, std::vector<char>(size));
+        }
+        return CountHouse().heapBytes > before;
+    }();
+    return found;
+}
+
 }  // namespace kelvor::trust

@@ -12,4 +12,9 @@ struct HouseCount {
 };
 HouseCount CountHouse();
 
+// Whether freed blocks count in `heapBytes`: some heaps keep them, by the dozen, for the next
+// blocks of their size, and show such a dozen as one block in use. How many they keep depends on
+// how threads meet. Found out by the first call, which has to come before much was taken and freed.
+bool FreedBlocksCount();
+
 }  // namespace kelvor::trust

@@ -38,6 +38,7 @@ class Season {
     test::ModuleUnderTest module_;
     Tally tally_;
     std::unique_ptr<Rehearsal> rehearsal_;
+    const bool freedBlocksCount_ = FreedBlocksCount();
     std::size_t played_ = 0;
     std::size_t stages_ = 0;
     std::optional<HouseCount> warm_;
