@@ -12,7 +12,13 @@ if(NOT result EQUAL 0)
   message(FATAL_ERROR "${program} cannot list its test cases (${result}): ${lines}")
 endif()
 
+# Wine's own libraries may have something to say first.
 string(REPLACE "\r" "" lines "${lines}")
+string(FIND "${lines}" "[doctest] listing" begin)
+if(begin EQUAL -1)
+  message(FATAL_ERROR "${program} does not list its test cases: ${lines}")
+endif()
+string(SUBSTRING "${lines}" ${begin} -1 lines)
 set(number 0)
 while(NOT lines STREQUAL "")
   string(FIND "${lines}" "\n" end)
