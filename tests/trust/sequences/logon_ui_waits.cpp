@@ -16,6 +16,7 @@ LogonUiWaits* active = nullptr;
 
 constexpr DWORD kLogTurnMs = 2000;  // the only wait of this length is the one for the log's mutex
 constexpr DWORD kTurnMs = 20;
+constexpr DWORD kMomentMs = 1;
 constexpr DWORD kPatienceMs = 3000;
 
 LogonUiWaits::Book& Mine()
@@ -28,6 +29,7 @@ constexpr const char* kThreadEnd = "the end of a thread";
 constexpr const char* kAnswer = "the card service's answer";
 constexpr const char* kPumping = "the sign-in, pumping";
 constexpr const char* kPause = "a pause";
+constexpr const char* kFreePipe = "a free instance of the pipe";
 constexpr const char* kLogTurn = "the log's turn";
 
 // What LogonUI's thread may wait for in which method, and for how long.
@@ -48,7 +50,10 @@ const std::vector<Prescribed>& AllPrescribed()
          "3 s of silence after the disarming; a sign-in where no thread can start",
          {"ReportResult", "GetSerialization"}},
         {kPause,
-         "the disarming's connection; a sign-in where no thread can start",
+         "10 s of the disarming's connection, in steps; a sign-in where no thread can start",
+         {"ReportResult", "GetSerialization"}},
+        {kFreePipe,
+         "10 s of the disarming's connection, in steps; a sign-in where no thread can start",
          {"ReportResult", "GetSerialization"}},
         {kPumping, "the sign-in, where nobody could be told to collect it", {"GetSerialization"}},
         {kLogTurn, "2 s a line, while another program keeps the log's mutex", {}},
@@ -123,16 +128,28 @@ struct LogonUiWaitsEntry {
         const NotedWait wait(self, kPause);
         Original<decltype(Sleep)>(self.patches_[2])(ms);
     }
+
+    static BOOL WINAPI ForPipe(LPCWSTR name, DWORD limitMs)
+    {
+        LogonUiWaits& self = *active;
+        const auto original = Original<decltype(WaitNamedPipeW)>(self.patches_[3]);
+        if (!self.Mine()) {
+            return original(name, limitMs);
+        }
+        const NotedWait wait(self, kFreePipe);
+        return original(name, kMomentMs);
+    }
 };
 
 LogonUiWaits::LogonUiWaits(HMODULE module, Callbacks callbacks)
     : threadId_(GetCurrentThreadId()), callbacks_(std::move(callbacks))
 {
     active = this;
-    patches_.reserve(3);
+    patches_.reserve(4);
     patches_.emplace_back(module, "WaitForSingleObject", &LogonUiWaitsEntry::ForOne);
     patches_.emplace_back(module, "MsgWaitForMultipleObjectsEx", &LogonUiWaitsEntry::ForMessages);
     patches_.emplace_back(module, "Sleep", &LogonUiWaitsEntry::SleepFor);
+    patches_.emplace_back(module, "WaitNamedPipeW", &LogonUiWaitsEntry::ForPipe);
 }
 
 LogonUiWaits::~LogonUiWaits()

@@ -124,6 +124,22 @@ TEST_CASE("With the card service stalled, the disarming waits for its three seco
                  "3,000 ms");
 }
 
+TEST_CASE("With every instance of the pipe taken, the disarming waits for its ten seconds")
+{
+    Stage stage;
+    const LogonUiWaits waits(stage.Module().Handle(), NobodyAnswers(stage));
+    stage.Open();
+    stage.pipe.FailOpens(std::vector<DWORD>(100, ERROR_PIPE_BUSY));
+    stage.pipe.Calls().Fail("WaitNamedPipeW", ERROR_SEM_TIMEOUT);
+    const std::uint64_t before = stage.clock.NowMs();
+    stage.Report(0);
+    CHECK(WaitsBut(waits, kLogTurn) ==
+          Lines{"ReportResult: a free instance of the pipe", "ReportResult: a pause"});
+    CHECK(stage.clock.NowMs() - before == 10'000);
+    ReportFigure("A card service whose pipe is taken is waited for in the disarming for a time.",
+                 "10,000 ms");
+}
+
 TEST_CASE("Each line of the log waits once for its turn, two seconds at most")
 {
     Stage stage;
