@@ -14,7 +14,8 @@ struct Answer {
     std::string line;
     std::vector<std::string_view> flags;
     std::vector<std::string_view> texts;
-    bool hasResults = false;  // an array of objects with credId, eligible and status
+    bool hasResults = false;    // an array of objects with credId, eligible and status
+    std::size_t rowsAsked = 0;  // how many the module has asked for then
 };
 std::vector<Answer> Answers();
 

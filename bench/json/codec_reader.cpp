@@ -5,10 +5,11 @@
 namespace kelvor::bench {
 namespace {
 
-bool ReadText(std::string_view object, std::string_view key, std::string& text)
+bool ReadRow(std::string_view from, ResultRow& row)
 {
-    std::size_t position = JsonFindKey(object, key);
-    return JsonReadString(object, position, text);
+    auto [credentialId, eligible, status] = JsonFindKeys<3>(from, {"credId", "eligible", "status"});
+    return JsonReadString(from, credentialId, row.credentialId) &&
+           JsonReadBool(from, eligible, row.eligible) && JsonReadString(from, status, row.status);
 }
 
 }  // namespace
@@ -21,20 +22,19 @@ bool ReadWithCodec(const Answer& question, std::string& line, Reading& reading)
         }
     }
     for (std::size_t i = 0; i < question.texts.size(); ++i) {
-        if (!ReadText(line, question.texts[i], reading.texts[i])) {
+        std::size_t position = JsonFindKey(line, question.texts[i]);
+        if (!JsonReadString(line, position, reading.texts[i])) {
             return false;
         }
     }
-    std::vector<std::string> rows;
+    std::vector<std::string_view> rows;
+    rows.reserve(question.rowsAsked);
     if (question.hasResults && !JsonReadResults(line, rows)) {
         return false;
     }
     reading.rows.resize(rows.size());
     for (std::size_t i = 0; i < rows.size(); ++i) {
-        ResultRow& row = reading.rows[i];
-        if (!ReadText(rows[i], "credId", row.credentialId) ||
-            !JsonReadBool(rows[i], "eligible", row.eligible) ||
-            !ReadText(rows[i], "status", row.status)) {
+        if (!ReadRow(rows[i], reading.rows[i])) {
             return false;
         }
     }

@@ -46,11 +46,12 @@ Reading ReadOnce(const Peer& peer, const Answer& answer)
     return reading;
 }
 
-// Texts that are too long for the string object itself, and the list of rows.
+// Texts that are too long for the string object itself, and the list of rows, once as the codec
+// returns it and once with what was read of them.
 std::size_t ValuesReturned(const Reading& reading)
 {
     const std::size_t small = std::string().capacity();
-    std::size_t values = reading.rows.empty() ? 0 : 1;
+    std::size_t values = reading.rows.empty() ? 0 : 2;
     for (const std::string& text : reading.texts) {
         values += text.size() > small ? 1 : 0;
     }

@@ -16,16 +16,25 @@ Verdict ReadOk(std::string_view answer)
     return ok ? Verdict::kYes : Verdict::kNo;
 }
 
+bool ReadText(std::string_view object, std::size_t position, std::string& value)
+{
+    return JsonReadString(object, position, value) && !value.empty();
+}
+
 bool ReadText(std::string_view object, std::string_view key, std::string& value)
 {
-    std::size_t position = JsonFindKey(object, key);
-    return JsonReadString(object, position, value) && !value.empty();
+    return ReadText(object, JsonFindKey(object, key), value);
+}
+
+std::wstring ReadWideText(std::string_view object, std::size_t position)
+{
+    std::string value;
+    return ReadText(object, position, value) ? Utf8ToUtf16(value) : std::wstring();
 }
 
 std::wstring ReadWideText(std::string_view object, std::string_view key)
 {
-    std::string value;
-    return ReadText(object, key, value) ? Utf8ToUtf16(value) : std::wstring();
+    return ReadWideText(object, JsonFindKey(object, key));
 }
 
 bool ReadFlag(std::string_view object, std::string_view key)

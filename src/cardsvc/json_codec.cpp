@@ -1,6 +1,9 @@
 #include "cardsvc/json_codec.h"
 
+#include <emmintrin.h>
+
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cstdint>
 
@@ -73,18 +76,12 @@ void AppendUtf8(std::string& output, std::uint32_t code)
         append(code);
         return;
     }
-    if (code < 0x800) {
-        append(0xC0 | (code >> 6));
-    } else {
-        if (code < 0x10000) {
-            append(0xE0 | (code >> 12));
-        } else {
-            append(0xF0 | (code >> 18));
-            append(0x80 | ((code >> 12) & 0x3F));
-        }
-        append(0x80 | ((code >> 6) & 0x3F));
+    // The first byte begins with as many ones as there are bytes.
+    unsigned following = code < 0x800 ? 1 : (code < 0x10000 ? 2 : 3);
+    append((0xFF00U >> (following + 1)) | (code >> (6 * following)));
+    while (following-- > 0) {
+        append(0x80 | ((code >> (6 * following)) & 0x3F));
     }
-    append(0x80 | (code & 0x3F));
 }
 
 // Appends what the escape whose letter is at `position` stands for, and moves past it. It can be
@@ -123,33 +120,59 @@ bool IsEscape(std::string_view text, std::size_t position)
                 : std::ranges::count(kShortEscapes, text[position], &ShortEscape::letter) != 0);
 }
 
-// Finds the string that starts with the quote at `position` and moves `position` past it. Nothing
-// is copied: most strings of an answer are only passed over.
-bool ScanString(std::string_view text, std::size_t& position, RawString& string)
+// The position of the first quote or backslash from `position` on; the text's size when there is
+// none. Nearly all of an answer is passed over here: it takes sixteen bytes at a time.
+std::size_t FindQuoteOrBackslash(std::string_view text, std::size_t position)
+{
+    const __m128i quotes = _mm_set1_epi8('"');
+    const __m128i backslashes = _mm_set1_epi8('\\');
+    for (; position + sizeof(__m128i) <= text.size(); position += sizeof(__m128i)) {
+        const __m128i bytes =
+            _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + position));
+        const int found = _mm_movemask_epi8(
+            _mm_or_si128(_mm_cmpeq_epi8(bytes, quotes), _mm_cmpeq_epi8(bytes, backslashes)));
+        if (found != 0) {
+            return position +
+                   static_cast<std::size_t>(std::countr_zero(static_cast<unsigned>(found)));
+        }
+    }
+    while (position < text.size() && text[position] != '"' && text[position] != '\\') {
+        ++position;
+    }
+    return position;
+}
+
+// Finds the string that starts with the quote at `position`, and the position past it. Nothing is
+// copied: most strings of an answer are only passed over.
+std::size_t ScanString(std::string_view text, std::size_t position, RawString& string)
 {
     if (!IsAt(text, position, '"')) {
-        return false;
+        return kJsonNotFound;
     }
     const std::size_t start = position + 1;
-    for (std::size_t end = start; end < text.size(); ++end) {
-        if (text[end] == '"') {
-            string.body = text.substr(start, end - start);
-            position = end + 1;
-            return true;
+    string.escaped = false;
+    std::size_t end = FindQuoteOrBackslash(text, start);
+    while (IsAt(text, end, '\\')) {
+        string.escaped = true;
+        if (!IsEscape(text, end + 1)) {
+            return kJsonNotFound;
         }
-        if (text[end] == '\\') {
-            string.escaped = true;
-            if (!IsEscape(text, ++end)) {
-                return false;
-            }
-        }
+        end = FindQuoteOrBackslash(text, end + 2);
     }
-    return false;
+    if (end == text.size()) {
+        return kJsonNotFound;
+    }
+    string.body = {text.data() + start, end - start};
+    return end + 1;
 }
 
 // The text that a scanned string stands for.
 void Unescape(const RawString& string, std::string& output)
 {
+    if (!string.escaped) {
+        output = string.body;
+        return;
+    }
     output.reserve(string.body.size());
     std::string_view rest = string.body;
     for (std::size_t escape = rest.find('\\'); escape != std::string_view::npos;
@@ -179,9 +202,7 @@ std::size_t SkipBracketed(std::string_view text, std::size_t position)
     while (position < text.size()) {
         const char character = text[position];
         if (character == '"') {
-            if (!ScanString(text, position, skipped)) {
-                return kJsonNotFound;
-            }
+            position = ScanString(text, position, skipped);
             continue;
         }
         ++position;
@@ -206,15 +227,27 @@ std::size_t SkipScalar(std::string_view text, std::size_t position)
 
 std::size_t SkipSpacesAndCommas(std::string_view text, std::size_t position)
 {
-    position = JsonSkipSpace(text, position);
-    while (position < text.size() && text[position] == ',') {
-        position = JsonSkipSpace(text, position + 1);
+    while (position < text.size() && (IsSpace(text[position]) || text[position] == ',')) {
+        ++position;
     }
     return position;
 }
 
+// Reads the name of the next member from `position` on and moves `position` to its value. False at
+// the end of the object, and where it is broken.
+bool NextMember(std::string_view text, std::size_t& position, RawString& name)
+{
+    const std::size_t nameEnd = ScanString(text, SkipSpacesAndCommas(text, position), name);
+    const std::size_t colon = JsonSkipSpace(text, nameEnd);
+    if (!IsAt(text, colon, ':')) {
+        return false;
+    }
+    position = JsonSkipSpace(text, colon + 1);
+    return true;
+}
+
 // Collects elements up to the closing bracket, from behind the opening one.
-bool ReadElements(std::string_view text, std::size_t position, std::vector<std::string>& rows)
+bool ReadElements(std::string_view text, std::size_t position, std::vector<std::string_view>& rows)
 {
     for (;;) {
         const std::size_t start = SkipSpacesAndCommas(text, position);
@@ -225,7 +258,7 @@ bool ReadElements(std::string_view text, std::size_t position, std::vector<std::
         if (position == kJsonNotFound) {
             return false;
         }
-        rows.emplace_back(text.substr(start, position - start));
+        rows.push_back(text.substr(start, position - start));
     }
 }
 
@@ -236,18 +269,17 @@ SecretText JsonEscape(std::string_view text)
     constexpr std::string_view kHexDigits = "0123456789abcdef";
     SecretText escaped;
     escaped.Reserve(text.size() + 8);
-    for (const char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
-        if (const char letter = EscapeLetter(character); letter != '\0') {
+    for (char last : text) {
+        const auto byte = static_cast<unsigned char>(last);
+        if (const char letter = EscapeLetter(last); letter != '\0') {
             escaped.Append('\\');
-            escaped.Append(letter);
+            last = letter;
         } else if (byte < 0x20) {
             escaped.Append("\\u00");
             escaped.Append(kHexDigits[byte >> 4]);
-            escaped.Append(kHexDigits[byte & 0x0F]);
-        } else {
-            escaped.Append(character);
+            last = kHexDigits[byte & 0x0F];
         }
+        escaped.Append(last);
     }
     return escaped;
 }
@@ -264,9 +296,11 @@ bool JsonReadString(std::string_view text, std::size_t& position, std::string& o
 {
     output.clear();
     RawString string;
-    if (!ScanString(text, position, string)) {
+    const std::size_t end = ScanString(text, position, string);
+    if (end == kJsonNotFound) {
         return false;
     }
+    position = end;
     Unescape(string, output);
     return true;
 }
@@ -279,7 +313,7 @@ std::size_t JsonSkipValue(std::string_view text, std::size_t position)
     switch (text[position]) {
         case '"': {
             RawString skipped;
-            return ScanString(text, position, skipped) ? position : kJsonNotFound;
+            return ScanString(text, position, skipped);
         }
         case '[':
         case '{':
@@ -291,37 +325,38 @@ std::size_t JsonSkipValue(std::string_view text, std::size_t position)
 
 std::size_t JsonFindKey(std::string_view text, std::string_view key)
 {
+    return JsonFindKeys<1>(text, {key})[0];
+}
+
+void JsonFindKeys(std::string_view text, std::span<const std::string_view> keys,
+                  std::span<std::size_t> positions)
+{
+    std::ranges::fill(positions, kJsonNotFound);
     std::size_t position = JsonSkipSpace(text, 0);
     if (!IsAt(text, position, '{')) {
-        return kJsonNotFound;
+        return;
     }
     ++position;
-    while (position != kJsonNotFound) {
-        position = SkipSpacesAndCommas(text, position);
-        RawString name;
-        if (!ScanString(text, position, name)) {
-            return kJsonNotFound;
+    std::size_t missing = keys.size();
+    RawString name;
+    while (NextMember(text, position, name)) {
+        for (std::size_t i = 0; i < keys.size(); ++i) {
+            if (positions[i] == kJsonNotFound && IsNamed(name, keys[i])) {
+                positions[i] = position;
+                --missing;
+                break;
+            }
         }
-        position = JsonSkipSpace(text, position);
-        if (!IsAt(text, position, ':')) {
-            return kJsonNotFound;
-        }
-        position = JsonSkipSpace(text, position + 1);
-        if (IsNamed(name, key)) {
-            return position;
+        if (missing == 0) {
+            return;
         }
         position = JsonSkipValue(text, position);
     }
-    return kJsonNotFound;
 }
 
-bool JsonReadBool(std::string_view text, std::string_view key, bool& output)
+bool JsonReadBool(std::string_view text, std::size_t position, bool& output)
 {
-    const std::size_t position = JsonFindKey(text, key);
-    if (position == kJsonNotFound) {
-        return false;
-    }
-    const std::string_view value = text.substr(position);
+    const std::string_view value = text.substr(std::min(position, text.size()));
     if (value.starts_with("true")) {
         output = true;
         return true;
@@ -333,7 +368,12 @@ bool JsonReadBool(std::string_view text, std::string_view key, bool& output)
     return false;
 }
 
-bool JsonReadResults(std::string_view text, std::vector<std::string>& rows)
+bool JsonReadBool(std::string_view text, std::string_view key, bool& output)
+{
+    return JsonReadBool(text, JsonFindKey(text, key), output);
+}
+
+bool JsonReadResults(std::string_view text, std::vector<std::string_view>& rows)
 {
     rows.clear();
     const std::size_t position = JsonFindKey(text, "results");

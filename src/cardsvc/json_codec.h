@@ -4,7 +4,9 @@
 // reader scans the answer for one member of the outermost object at a time. Positions are byte
 // indices into the text; kJsonNotFound stands for failure and absence. No Windows header.
 
+#include <array>
 #include <cstddef>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -37,12 +39,26 @@ inline constexpr std::size_t kJsonNotFound = std::string_view::npos;
 // text's size. Missing, doubled and trailing commas are tolerated.
 [[nodiscard]] std::size_t JsonFindKey(std::string_view text, std::string_view key);
 
-// True when the member exists and its value begins with "true" or "false"; otherwise `output`
-// keeps its value.
+// The same for several members in one walk: each position is what JsonFindKey gives for the key
+// that stands in its place. No two keys are the same.
+void JsonFindKeys(std::string_view text, std::span<const std::string_view> keys,
+                  std::span<std::size_t> positions);
+template <std::size_t count>
+[[nodiscard]] std::array<std::size_t, count> JsonFindKeys(
+    std::string_view text, const std::array<std::string_view, count>& keys)
+{
+    std::array<std::size_t, count> positions = {};
+    JsonFindKeys(text, std::span(keys), std::span(positions));
+    return positions;
+}
+
+// True when the value at `position`, or that of the member, is there and begins with "true" or
+// "false"; otherwise `output` keeps its value.
+[[nodiscard]] bool JsonReadBool(std::string_view text, std::size_t position, bool& output);
 [[nodiscard]] bool JsonReadBool(std::string_view text, std::string_view key, bool& output);
 
-// Collects the raw text of each element of the member `results`, in order. On failure `rows` is
-// empty.
-[[nodiscard]] bool JsonReadResults(std::string_view text, std::vector<std::string>& rows);
+// Collects the raw text of each element of the member `results`, in order, as parts of `text`. On
+// failure `rows` is empty.
+[[nodiscard]] bool JsonReadResults(std::string_view text, std::vector<std::string_view>& rows);
 
 }  // namespace kelvor

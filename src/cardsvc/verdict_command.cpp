@@ -13,18 +13,20 @@ namespace {
 
 constexpr DWORD kVerdictTimeoutMs = 30000;
 
-bool ReadVerdict(const std::string& row, AccountVerdict& verdict)
+bool ReadVerdict(std::string_view row, AccountVerdict& verdict)
 {
-    if (!ReadText(row, "credId", verdict.credentialId) ||
-        !JsonReadBool(row, "eligible", verdict.eligible)) {
+    const auto [credentialId, eligible, status] =
+        JsonFindKeys<3>(row, {"credId", "eligible", "status"});
+    if (!ReadText(row, credentialId, verdict.credentialId) ||
+        !JsonReadBool(row, eligible, verdict.eligible)) {
         return false;
     }
-    verdict.status = ReadWideText(row, "status");
+    verdict.status = ReadWideText(row, status);
     return !verdict.status.empty();
 }
 
 // Reads all rows or none.
-bool ReadVerdicts(const std::vector<std::string>& rows, std::vector<AccountVerdict>& verdicts)
+bool ReadVerdicts(const std::vector<std::string_view>& rows, std::vector<AccountVerdict>& verdicts)
 {
     std::vector<AccountVerdict> read(rows.size());
     for (std::size_t i = 0; i < rows.size(); ++i) {
@@ -44,7 +46,8 @@ HRESULT JudgeAnswer(const std::string& answer, std::size_t asked,
         LogWarn("softcardctl: filteraccounts declined (%ls)", reason);
         return E_ACCESSDENIED;
     }
-    std::vector<std::string> rows;
+    std::vector<std::string_view> rows;
+    rows.reserve(asked);
     if (!JsonReadResults(answer, rows)) {
         LogError("softcardctl: filteraccounts reported success but carried no results array.");
         reason =

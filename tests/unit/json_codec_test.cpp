@@ -144,6 +144,23 @@ TEST_CASE("A name must match whole and in case")
     CHECK(FoundValue(R"({"ok":1})", "") == "(none)");
 }
 
+TEST_CASE("Several members are found together, each in the place of its key")
+{
+    constexpr std::string_view kText = R"({"b":1,"a":2,"a":3})";
+    const auto [a, b, c] = JsonFindKeys<3>(kText, {"a", "b", "c"});
+    CHECK(Rest(kText, a) == R"(2,"a":3})");
+    CHECK(Rest(kText, b) == R"(1,"a":2,"a":3})");
+    CHECK(c == kJsonNotFound);
+}
+
+TEST_CASE("Of several members, those before a broken one are found")
+{
+    constexpr std::string_view kText = R"({"a":1,"x":,"b":2})";
+    const auto [b, a] = JsonFindKeys<2>(kText, {"b", "a"});
+    CHECK(b == kJsonNotFound);
+    CHECK(Rest(kText, a) == R"(1,"x":,"b":2})");
+}
+
 TEST_CASE("A text that is no object has no member")
 {
     const std::string_view texts[] = {"",
@@ -205,6 +222,16 @@ TEST_CASE("What is no boolean is refused")
         CAPTURE(std::string(text));
         CHECK(ReadBoolText(text) == "(failed)");
     }
+}
+
+TEST_CASE("A boolean is read at its position, and nowhere behind the text")
+{
+    bool value = true;
+    CHECK(JsonReadBool("[false]", 1, value));
+    CHECK_FALSE(value);
+    CHECK_FALSE(JsonReadBool("true", 4, value));
+    CHECK_FALSE(JsonReadBool("true", 5, value));
+    CHECK_FALSE(JsonReadBool("true", kJsonNotFound, value));
 }
 
 TEST_CASE("A refused boolean leaves the output as it was")

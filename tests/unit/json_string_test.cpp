@@ -174,3 +174,21 @@ TEST_CASE("Reading a string behind the text's end fails")
     std::size_t position = kJsonNotFound;
     CHECK_FALSE(JsonReadString("\"a\"", position, output));
 }
+
+TEST_CASE("A quote or an escape is found wherever it stands in a long string")
+{
+    for (std::size_t length = 0; length < 40; ++length) {
+        CAPTURE(length);
+        const std::string plain(length, 'x');
+        std::string output;
+        std::size_t position = 0;
+        CHECK(JsonReadString("\"" + plain + "\",\"rest of the answer\"", position, output));
+        CHECK(output == plain);
+        CHECK(position == length + 2);
+        position = 0;
+        CHECK(JsonReadString("\"" + plain + "\\\"" + plain + "\"", position, output));
+        CHECK(output == plain + "\"" + plain);
+        position = 0;
+        CHECK_FALSE(JsonReadString("\"" + plain, position, output));
+    }
+}
