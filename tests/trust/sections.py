@@ -52,8 +52,9 @@ SECTIONS = (
         10, "python3 -B tests/trust/memory/suite.py {minutes} --report {report}"),
     Section(
         "installer", "Installing and removing",
-        "The installer with every set of its properties, by Wine's own msiexec, with registry and files"
-        " compared before, while it is installed and after its removal.",
+        "The installer with every set of its properties, by Wine's own msiexec. Before, while it is"
+        " installed and after its removal HKEY_LOCAL_MACHINE\\Software and the files of the drive are"
+        " compared, but for Windows Installer's own books and temporary files.",
         5, "python3 -B tests/trust/installer/every_set.py build/mingw --seed {seed} {minutes}"
            " --report {report}"),
 )
