@@ -56,6 +56,19 @@ TEST_CASE("What the directory answered is told when no sign-in is in flight any 
     CHECK_FALSE(probe.tile.status.Empty());
 }
 
+TEST_CASE("What the directory answered is not told while LogonUI waits in a blocking sign-in")
+{
+    Unreachable probe;
+    REQUIRE(probe.tile.slot.EnterBlocking());
+    probe.Report();
+    CHECK((probe.probes.Current()->reported == DomainProbe::Stage::kNothing));
+    CHECK(probe.tile.status.Empty());
+    probe.tile.slot.LeaveBlocking();
+    probe.Report();
+    CHECK((probe.probes.Current()->reported == DomainProbe::Stage::kOutcome));
+    CHECK_FALSE(probe.tile.status.Empty());
+}
+
 TEST_CASE("An unreachable domain without a reason is logged as having none")
 {
     Unreachable probe;

@@ -4,13 +4,16 @@
 
 #define SECURITY_WIN32
 #include <security.h>
-// windows.h and security.h first: this one relies on them.
+// windows.h and security.h first: these rely on them.
 #include <dsgetdc.h>
+#include <lm.h>
 
 #include <cwchar>
+#include <new>
 #include <string>
 
 #include "imports/import_table.h"
+#include "provider/directory.h"
 #include "started_threads.h"
 
 using namespace kelvor;
@@ -26,6 +29,15 @@ DWORD WINAPI FindDomainController(LPCWSTR /*computer*/, LPCWSTR /*domain*/, GUID
                                   PDOMAIN_CONTROLLER_INFOW* found)
 {
     *found = nullptr;
+    return ERROR_SUCCESS;
+}
+
+DWORD WINAPI FindOneWithoutName(LPCWSTR /*computer*/, LPCWSTR /*domain*/, GUID* /*domainId*/,
+                                LPCWSTR /*site*/, ULONG /*flags*/, PDOMAIN_CONTROLLER_INFOW* found)
+{
+    void* buffer = nullptr;
+    NetApiBufferAllocate(sizeof **found, &buffer);
+    *found = new (buffer) DOMAIN_CONTROLLER_INFOW{};
     return ERROR_SUCCESS;
 }
 
@@ -90,4 +102,12 @@ TEST_CASE("A probe that somebody else installed meanwhile stays")
     probes.Start(L"CORP\\alice");
     threads.JoinAll();
     CHECK((probes.Current()->tileName == L"CORP\\bob"));
+}
+
+TEST_CASE("A domain controller without a name is there all the same")
+{
+    const ImportPatch locator(GetModuleHandleW(nullptr), "DsGetDcNameW", &FindOneWithoutName);
+    std::wstring name;
+    CHECK(LocateDomainController(name) == ERROR_SUCCESS);
+    CHECK(name.empty());
 }

@@ -107,6 +107,13 @@ TEST_CASE("A conversion with a long width is formatted by the C runtime")
     CHECK(OnlyMessage(room) == "a007b");
 }
 
+TEST_CASE("A wide text that is not there is said to be null")
+{
+    const ProgramDataRoom room;
+    Log(kLogComponent, "INFO", "'%ls'", static_cast<const wchar_t*>(nullptr));
+    CHECK(OnlyMessage(room) == "'(null)'");
+}
+
 TEST_CASE("A format that ends in a conversion's beginning ends there")
 {
     const ProgramDataRoom room;
