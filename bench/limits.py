@@ -125,8 +125,8 @@ def a_user(figures):
     costs = {"module": [], "bare": []}
     for (few, first), (many, second) in zip(points, points[1:]):
         for side, cost in costs.items():
-            cost.append((median(second["sides"][side]) - median(first["sides"][side]))
-                        / (many - few))
+            cost.append(median([more - fewer for more, fewer in
+                                zip(second["sides"][side], first["sides"][side])]) / (many - few))
         module, bare = costs["module"][-1], costs["bare"][-1]
         yield Line("enumeration, a user more", f"{few} to {many}", duration(module),
                    duration(bare), f"{module / bare:.2f}", "≤ 1.2", module / bare <= 1.2,

@@ -3,7 +3,9 @@
 #include <objbase.h>
 
 #include <cwchar>
+#include <span>
 #include <stdexcept>
+#include <vector>
 
 #include "host/both_sides.h"
 #include "rows/rows.h"
@@ -130,13 +132,22 @@ void Compare(BothSides& sides, ICredentialProviderUserArray* users)
     }
 }
 
-void Measure(const BothSides& sides, const char* row, std::size_t users, const Plan& plan)
+// All numbers of users take turns: what a user costs is the difference between two of them.
+void Measure(const BothSides& sides, const char* row, std::span<const std::size_t> numbers,
+             const Plan& plan)
 {
-    const auto array = MakeUsers(users);
-    Report(row, std::to_string(users) + (users == 1 ? " user" : " users"), "us",
-           SideBySide({{"module", [&] { return TimeModule(sides, array.Get()); }},
-                       {"bare", [&] { return TimeBare(sides.Bare(), array.Get()); }}},
-                      plan));
+    std::vector<ComRef<ICredentialProviderUserArray>> arrays;
+    std::vector<Side> all;
+    for (const std::size_t users : numbers) {
+        auto* const array = arrays.emplace_back(MakeUsers(users)).Get();
+        all.push_back({"module", [&sides, array] { return TimeModule(sides, array); }});
+        all.push_back({"bare", [&sides, array] { return TimeBare(sides.Bare(), array); }});
+    }
+    const std::vector<Series> series = SideBySide(all, plan);
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+        Report(row, std::to_string(numbers[i]) + (numbers[i] == 1 ? " user" : " users"), "us",
+               {series[2 * i], series[2 * i + 1]});
+    }
 }
 
 }  // namespace
@@ -145,13 +156,9 @@ void Enumeration(const Plan& plan)
 {
     BothSides sides;
     Compare(sides, MakeUsers(3).Get());
-    for (const std::size_t users : kUsersWithLog) {
-        Measure(sides, "enumeration with the log", users, plan);
-    }
+    Measure(sides, "enumeration with the log", kUsersWithLog, plan);
     BothSides::SilenceLog();
-    for (const std::size_t users : kUsers) {
-        Measure(sides, "enumeration", users, plan);
-    }
+    Measure(sides, "enumeration", kUsers, plan);
     if (JoinModuleThreads() != 0) {
         throw NotTheSameWork("a tile that nobody selected started a thread");
     }
