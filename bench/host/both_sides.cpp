@@ -129,6 +129,21 @@ std::vector<std::string> BothSides::TakeLog()
     return messages;
 }
 
+void BothSides::WaitForMessage(const std::string& beginning) const
+{
+    constexpr DWORD kPatienceMs = 10'000;
+    constexpr DWORD kLookAgainMs = 10;
+    const test::LogReader log(programData_.LogFile());
+    const auto begins = [&](const std::string& message) { return message.starts_with(beginning); };
+    for (DWORD waitedMs = 0; waitedMs < kPatienceMs; waitedMs += kLookAgainMs) {
+        if (std::ranges::any_of(log.Messages(), begins)) {
+            return;
+        }
+        Sleep(kLookAgainMs);
+    }
+    throw NotTheSameWork("the module does not log: " + beginning);
+}
+
 void BothSides::SilenceLog()
 {
     SetEnvironmentVariableW(L"ProgramData", std::wstring(240, L'x').c_str());

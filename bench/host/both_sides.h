@@ -52,6 +52,8 @@ class BothSides {
 
     // The messages in the log, in alphabetic order: two threads may write at a time. Empties it.
     std::vector<std::string> TakeLog();
+    // Waits until the log has a message with this beginning; NotTheSameWork after ten seconds.
+    void WaitForMessage(const std::string& beginning) const;
     // From now on the log's path is too long for a line to be written.
     static void SilenceLog();
 
