@@ -6,10 +6,9 @@ import subprocess
 
 SUITE = "trixie"
 MIRROR = "http://deb.debian.org/debian"
-# Wine and what it loads, what the tests are called by, what pcscd loads. The latter is unpacked, since
-# its package wants a login manager.
-INCLUDED = ("wine,wine64,libgnutls30t64,libpcsclite1,cmake,python3,"
-            "libpolkit-gobject-1-0,libsystemd0,libudev1")
+# Wine and what it loads, what pcscd loads. The latter is unpacked, since its package wants a login
+# manager.
+INCLUDED = "wine,wine64,libgnutls30t64,libpcsclite1,libpolkit-gobject-1-0,libsystemd0,libudev1"
 UNPACKED = ("pcscd", "vsmartcard-vpcd")
 # A program of the tree sees its own processes and files; all of them end with the one in front.
 ENTER = """
@@ -46,6 +45,15 @@ class DebianTree:
         self.run_wine("wineboot", "-i")
         with open(done, "w", encoding="utf-8"):
             pass
+
+    def add(self, packages):
+        """Installs what is not there of them."""
+        there = subprocess.run(self.command("dpkg", "-s", *packages), stdin=subprocess.DEVNULL,
+                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False)
+        if there.returncode != 0:
+            subprocess.run(self.command("env", "DEBIAN_FRONTEND=noninteractive", "apt-get", "install",
+                                        "-q", "-y", "--no-install-recommends", *packages),
+                           stdin=subprocess.DEVNULL, check=True)
 
     def command(self, *command):
         return ["unshare", "--mount", "--pid", "--fork", "--kill-child", "sh", "-c", self.enter,

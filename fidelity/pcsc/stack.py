@@ -1,11 +1,6 @@
 #!/usr/bin/env python3
-"""stack.py DEBOOTSTRAP [--write]: the module's search for reader and card on a PC/SC stack.
-
-Sets up a Debian 13 in build/fidelity, runs its pcscd with virtual readers, and has the module's own
-code look for reader and card under its Wine 10. Compares what it found with docs/pcsc.txt, or writes
-that. DEBOOTSTRAP is the folder below which debootstrap was unpacked. Exit status: 0 as written, 1
-not, 2 called wrongly or not by root.
-"""
+"""The module's search for reader and card on a PC/SC stack, under another Wine: ./run fidelity."""
+import argparse
 import difflib
 import os
 import signal
@@ -158,14 +153,27 @@ def with_card(search):
         search.wait("the wait, and a card comes in the middle of it", comes_later).remove()
 
 
-def main(arguments):
-    if not arguments or set(arguments[1:]) - {"--write"}:
-        print(__doc__, file=sys.stderr)
-        return 2
+def parsed(words):
+    parser = argparse.ArgumentParser(
+        prog="./run fidelity",
+        description="Sets up a Debian 13 in build/fidelity, runs its pcscd with virtual readers, and has the "
+        "module's own code look for reader and card under its Wine 10. Compares what it found with "
+        "docs/pcsc.txt. Needs root. Exit status: 0 as written, 1 not, 2 called wrongly or not by root.",
+        epilog="./run fidelity --suite runs the tests there: see its --help.", allow_abbrev=False)
+    parser.add_argument("--debootstrap", default="/", help=argparse.SUPPRESS)  # below which it lies
+    parser.add_argument("--dry-run", action="store_true", help=argparse.SUPPRESS)
+    parser.add_argument("--write", action="store_true", help="writes what it found to docs/pcsc.txt")
+    given = parser.parse_args(words)
     if os.geteuid() != 0:
-        print("stack.py: debootstrap and chroot need root", file=sys.stderr)
-        return 2
-    debian = DebianTree(os.path.join(TREE, "build", "fidelity"), TREE, arguments[0])
+        parser.error("setting up another Debian in a folder needs root: sudo ./run fidelity")
+    return given
+
+
+def main(words):
+    given = parsed(words)
+    if given.dry_run:
+        return 0
+    debian = DebianTree(os.path.join(TREE, "build", "fidelity"), TREE, given.debootstrap)
     debian.make()
     search = Search(debian)
     search.see("the programs", debian.run_wine("--version").strip() + ", " +
@@ -175,7 +183,7 @@ def main(arguments):
     search.setting(SETTINGS, "Container", "REG_SZ", "kelvor-alice")
     without_card(search)
     with_card(search)
-    if "--write" in arguments:
+    if given.write:
         with open(PAGE, "w", encoding="utf-8") as file:
             file.writelines(search.lines)
         return 0
