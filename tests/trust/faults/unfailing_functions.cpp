@@ -102,7 +102,6 @@ constexpr Unfailing kUnfailing[] = {
      "the runtime's, at the first C++ exception, which no road throws by itself"},
     {"__stdio_common_vfprintf", kNeverCalled, false},
     {"__stdio_common_vfwprintf", kNeverCalled, false},
-    {"fputwc", kNeverCalled, false},
     {"strerror", kNeverCalled, false},
     {"_read", kNeverCalled, false},
     {"_close", kNeverCalled, false},
