@@ -162,7 +162,8 @@ FakeCardService::FakeCardService(std::wstring pipeName)
     : pipeName_(std::move(pipeName)),
       listening_(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
       proceed_(CreateEventW(nullptr, FALSE, FALSE, nullptr)),
-      received_(CreateEventW(nullptr, FALSE, FALSE, nullptr))
+      received_(CreateEventW(nullptr, FALSE, FALSE, nullptr)),
+      dead_(CreateEventW(nullptr, TRUE, TRUE, nullptr))
 {
     answers_["provchallenge"] = Reply::Line(kChallengeAnswer);
     answers_["status"] = Reply::Line(R"({"ok":true,"provisioned":true,"cardHidden":false})");
@@ -246,6 +247,11 @@ void FakeCardService::WaitForAllClients()
     for (const HANDLE client : lock_.With([&] { return clients_; })) {
         WaitForSingleObject(client, kPatienceMs);
     }
+}
+
+void FakeCardService::WaitUntilDead() const
+{
+    WaitForSingleObject(dead_.Get(), kPatienceMs);
 }
 
 std::vector<std::string> FakeCardService::Requests() const
@@ -348,11 +354,13 @@ void FakeCardService::Converse(HANDLE pipe)
     }
     WipeMemory(request.data(), request.size());
     CloseHandle(pipe);
+    SetEvent(dead_.Get());
 }
 
 void FakeCardService::Answer(HANDLE pipe, const Reply& reply)
 {
     if (reply.stops) {
+        ResetEvent(dead_.Get());
         Stop();  // before the answer, so that the client's next request finds nobody
     }
     const bool written = WritePieces(pipe, reply);

@@ -70,6 +70,8 @@ class FakeCardService {
 
     // Waits until every connection so far has been dealt with and its buffers are wiped.
     void WaitForAllClients();
+    // Waits, when it has begun to die, until its name is gone.
+    void WaitUntilDead() const;
 
     // The request lines received so far without their line feed, and the commands in them.
     std::vector<std::string> Requests() const;
@@ -108,6 +110,7 @@ class FakeCardService {
     UniqueKernelObject listening_;
     UniqueKernelObject proceed_;
     UniqueKernelObject received_;
+    UniqueKernelObject dead_;  // or alive and well
     HANDLE listener_ = nullptr;
     std::vector<HANDLE> clients_;
 };

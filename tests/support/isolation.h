@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -91,6 +92,8 @@ class PipeRoom {
     bool WaitForReads(std::size_t count);
     // From now on it gets its bytes from what is read at once. Calls() does not have them then.
     void ReadAheadOfModule() { readAhead_.emplace(); }
+    // Runs on the module's thread when it has closed its end. Before the first exchange.
+    void SetOnClosed(std::function<void()> onClosed) { onClosed_ = std::move(onClosed); }
     // Pipe handles that the module opened and did not close.
     std::size_t Outstanding() const;
     // The limits of its writes so far, in milliseconds.
@@ -107,6 +110,7 @@ class PipeRoom {
     std::vector<DWORD> openFailures_;
     std::vector<HANDLE> open_;
     std::vector<DWORD> writeLimits_;
+    std::function<void()> onClosed_ = [] {};
     bool writesEndAtOnce_ = false;
     std::optional<ReadAhead> readAhead_;
     std::atomic<std::size_t> reads_{0};  // since the pipe was opened last

@@ -150,8 +150,12 @@ struct PipeRoomEntry {
     static BOOL WINAPI Close(HANDLE handle)
     {
         PipeRoom& self = *active;
-        self.lock_.With([&] { std::erase(self.open_, handle); });
-        return CloseHandle(handle);
+        const bool mine = self.lock_.With([&] { return std::erase(self.open_, handle) != 0; });
+        const BOOL closed = CloseHandle(handle);
+        if (mine) {
+            self.onClosed_();
+        }
+        return closed;
     }
 };
 

@@ -36,6 +36,8 @@ Stage::Stage(StageOptions options)
       log(programData.LogFile()),
       options_(std::move(options))
 {
+    // A service that dies with its answer is gone before the module asks for it again.
+    pipe.SetOnClosed([this] { service.WaitUntilDead(); });
     SetUpDefaults();
 }
 
