@@ -35,8 +35,8 @@ def logonui_thread(run):
 
 
 def idle_tile(run):
-    samples = run.programs.idle(2 * run.samples(30))
-    return [limits.at_most({"row": "idle tile", "case": "2 s of 60 s",
+    samples = run.programs.idle(2 * run.samples(32))
+    return [limits.at_most({"row": "idle tile", "case": "2 s of 64 s",
                             "sides": {"module": samples["idle-module"],
                                       "bare": samples["idle-bare"]}}, "bare", 1.10)]
 
