@@ -76,7 +76,7 @@ TEST_CASE("A PIN typed while a credential waits is gone after a failing result")
     SecretStage stage;
     stage.SignInWithThePin();
     TypeThePin(stage);
-    CHECK_FALSE(FindInMemory(Secrets()).empty());
+    CHECK_FALSE(FindInMemory(SecretSearch()).empty());
     stage.Report(kNoSuchUser);
     CheckNoSecretIsLeft(stage);
 }
@@ -88,7 +88,7 @@ TEST_CASE("A PIN typed after the collection is gone with its tile")
     stage.Collect();
     TypeThePin(stage);
     stage.LetTilesGo();
-    CHECK_FALSE(FindInMemory(Secrets()).empty());
+    CHECK_FALSE(FindInMemory(SecretSearch()).empty());
     stage.LetProviderGo();
     CheckNoSecretIsLeft(stage);
 }

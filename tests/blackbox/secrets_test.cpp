@@ -19,7 +19,7 @@ TEST_CASE("The scan finds a secret that is left on the heap")
     for (std::size_t i = 0; i < kHmacBytes; ++i) {
         copy[i] = FakeKey::HmacByte(kSeedOfAlice, i);
     }
-    const std::vector<std::string> places = FindInMemory(Secrets());
+    const std::vector<std::string> places = FindInMemory(SecretSearch());
     CHECK(places.size() == 2);
     WipeMemory(copy.get(), kHmacBytes);
 }
@@ -28,7 +28,7 @@ TEST_CASE("The scan finds a typed PIN in the tile that holds it")
 {
     SecretStage stage;
     TypeThePin(stage);
-    CHECK_FALSE(FindInMemory(Secrets()).empty());
+    CHECK_FALSE(FindInMemory(SecretSearch()).empty());
 }
 
 TEST_CASE("After a successful sign-in no secret is left")
@@ -183,7 +183,7 @@ TEST_CASE("After an abandoned account choice no secret is left")
     bob.hmacSeed = kSeedOfBob;
     stage.key.SetCredentials({FakeCredential{}, bob});
     stage.SignInWithThePin();
-    CHECK_FALSE(FindInMemory(Secrets()).empty());
+    CHECK_FALSE(FindInMemory(SecretSearch()).empty());
     stage.Deselect();
     CheckNoSecretIsLeft(stage);
 }
@@ -294,15 +294,13 @@ ForbiddenBytes PieceOfLogon()
 
 TEST_CASE("A logon buffer is gone when LogonUI has freed it")
 {
-    std::vector<ForbiddenBytes> logon;
-    logon.push_back(PieceOfLogon());
+    const ForbiddenSearch logon({PieceOfLogon()});
     CHECK(FindInMemory(logon) == std::vector<std::string>{});
 }
 
 TEST_CASE("A logon buffer that nobody collects is overwritten when its tile goes")
 {
-    std::vector<ForbiddenBytes> logon;
-    logon.push_back(PieceOfLogon());
+    const ForbiddenSearch logon({PieceOfLogon()});
     Stage stage;
     stage.SignIn();
     CHECK(FindInMemory(logon).size() == 1);
@@ -312,8 +310,7 @@ TEST_CASE("A logon buffer that nobody collects is overwritten when its tile goes
 
 TEST_CASE("A logon buffer that another account's key made is overwritten")
 {
-    std::vector<ForbiddenBytes> logon;
-    logon.push_back(PieceOfLogon());
+    const ForbiddenSearch logon({PieceOfLogon()});
     Stage stage;
     stage.directory.SetUpn(L"carol@corp.example");  // whose tile it is
     stage.Select();

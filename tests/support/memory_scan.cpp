@@ -1,9 +1,11 @@
 #include "support/memory_scan.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 namespace kelvor::test {
 namespace {
@@ -15,14 +17,6 @@ bool IsFromFile(const MEMORY_BASIC_INFORMATION& region)
     return region.Type != MEM_PRIVATE && (region.Protect & kUnwritable) != 0;
 }
 
-// Most memory is zero, and no piece has two zeros in a row.
-bool AreZero(const unsigned char* eightBytes)
-{
-    std::uint64_t word = 0;
-    std::memcpy(&word, eightBytes, sizeof word);
-    return word == 0;
-}
-
 bool CanRead(const MEMORY_BASIC_INFORMATION& region)
 {
     constexpr DWORD kReadable = PAGE_READONLY | PAGE_READWRITE | PAGE_WRITECOPY |
@@ -31,9 +25,11 @@ bool CanRead(const MEMORY_BASIC_INFORMATION& region)
            (region.Protect & PAGE_GUARD) == 0;
 }
 
-std::size_t StartOf(int first, int second)
+std::uint64_t WordAt(const unsigned char* memory)
 {
-    return static_cast<std::size_t>(first << 8 | second);
+    std::uint64_t word = 0;
+    std::memcpy(&word, memory, sizeof word);
+    return word;
 }
 
 std::string Place(const ForbiddenBytes& run, std::size_t piece, const unsigned char* at)
@@ -63,24 +59,56 @@ void OverwriteSavedRegisters()
     SwitchToThread();
 }
 
-// The memory that a search copies into, a region of its own.
+// A copy that met memory which is no more goes on behind its instruction, and rcx holds what it
+// lacks.
+LONG CALLBACK EndCopy(EXCEPTION_POINTERS* exception)
+{
+    constexpr std::array<unsigned char, 2> kRepMovsb = {0xF3, 0xA4};
+    constexpr ULONG_PTR kReading = 0;  // winnt.h's EXCEPTION_READ_FAULT
+    const EXCEPTION_RECORD& record = *exception->ExceptionRecord;
+    if (record.ExceptionCode != EXCEPTION_ACCESS_VIOLATION ||
+        record.ExceptionInformation[0] != kReading ||
+        std::memcmp(record.ExceptionAddress, kRepMovsb.data(), kRepMovsb.size()) != 0) {
+        return EXCEPTION_CONTINUE_SEARCH;
+    }
+    exception->ContextRecord->Rip += kRepMovsb.size();
+    return EXCEPTION_CONTINUE_EXECUTION;
+}
+
+// The memory that a search copies into, a region of its own. Copied and not looked at in place:
+// memory may be given back under our eyes, such as the stack of a thread of the system's pool that
+// has idled long enough. (ReadProcessMemory takes many times as long under Wine.)
 class CopyRoom {
  public:
     static constexpr std::size_t kSizeBytes = std::size_t{1} << 20;
 
     CopyRoom()
         : memory_(static_cast<unsigned char*>(
-              VirtualAlloc(nullptr, kSizeBytes, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE)))
+              VirtualAlloc(nullptr, kSizeBytes, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE))),
+          handler_(AddVectoredExceptionHandler(TRUE, &EndCopy))
     {
     }
-    ~CopyRoom() { VirtualFree(memory_, 0, MEM_RELEASE); }
+    ~CopyRoom()
+    {
+        RemoveVectoredExceptionHandler(handler_);
+        VirtualFree(memory_, 0, MEM_RELEASE);
+    }
     CopyRoom(const CopyRoom&) = delete;
     CopyRoom& operator=(const CopyRoom&) = delete;
 
     unsigned char* Memory() const noexcept { return memory_; }
+    // How many of the bytes were there to be copied.
+    std::size_t Take(const unsigned char* from, std::size_t sizeBytes) const noexcept
+    {
+        unsigned char* to = memory_;
+        std::size_t left = sizeBytes;
+        __asm__ volatile("rep movsb" : "+S"(from), "+D"(to), "+c"(left) : : "memory");
+        return sizeBytes - left;
+    }
 
  private:
     unsigned char* memory_;
+    void* handler_;
 };
 
 // A piece may lie across the end of a copy: the next one begins a little earlier.
@@ -91,53 +119,62 @@ void LookThrough(const MEMORY_BASIC_INFORMATION& region, const CopyRoom& room,
     const auto* base = static_cast<const unsigned char*>(region.BaseAddress);
     for (std::size_t done = 0; done + kOverlap < region.RegionSize;) {
         const std::size_t size = std::min(CopyRoom::kSizeBytes, region.RegionSize - done);
-        SIZE_T copied = 0;
-        if (!ReadProcessMemory(GetCurrentProcess(), base + done, room.Memory(), size, &copied)) {
+        const std::size_t copied = room.Take(base + done, size);
+        search.Look(room.Memory(), copied, places, base + done);
+        if (copied < size) {
             return;  // gone meanwhile
         }
-        search.Look(room.Memory(), copied, places, base + done);
         done += size - kOverlap;
     }
 }
 
 }  // namespace
 
-ForbiddenSearch::ForbiddenSearch(const std::vector<ForbiddenBytes>& forbidden)
+ForbiddenSearch::ForbiddenSearch(std::vector<ForbiddenBytes> forbidden)
+    : forbidden_(std::move(forbidden))
 {
-    for (const ForbiddenBytes& run : forbidden) {
+    for (const ForbiddenBytes& run : forbidden_) {
         for (std::size_t piece = 0; piece < run.PieceCount(); ++piece) {
-            byMaskedStart_[run.MaskedByte(piece, 0)].push_back({&run, piece});
-            isStart_.set(StartOf(run.MaskedByte(piece, 0), run.MaskedByte(piece, 1)));
-        }
-    }
-}
-
-void ForbiddenSearch::Look(const unsigned char* memory, std::size_t sizeBytes,
-                           std::vector<std::string>& places, const unsigned char* original) const
-{
-    for (std::size_t at = 0; at + ForbiddenBytes::kPieceBytes <= sizeBytes; ++at) {
-        while (at + ForbiddenBytes::kPieceBytes + 7 <= sizeBytes && AreZero(memory + at)) {
-            at += 7;
-        }
-        if (!isStart_.test(StartOf(memory[at] ^ ForbiddenBytes::kMask,
-                                   memory[at + 1] ^ ForbiddenBytes::kMask))) {
-            continue;
-        }
-        for (const Candidate& candidate : byMaskedStart_[memory[at] ^ ForbiddenBytes::kMask]) {
-            if (candidate.run->PieceStandsAt(candidate.piece, memory + at)) {
-                places.push_back(Place(*candidate.run, candidate.piece, original + at));
+            for (std::size_t offset = 0; offset < sizeof(Word); ++offset) {
+                const Word masked = WordAt(run.MaskedPiece(piece) + offset);
+                byMaskedWord_.insert({masked, {&run, piece, offset}});
+                isHash_.set(HashOf(masked));
             }
         }
     }
 }
 
-std::vector<std::string> FindInMemory(const std::vector<ForbiddenBytes>& forbidden)
+// By the 64-bit golden ratio, whose product's upper bits depend on every byte.
+std::size_t ForbiddenSearch::HashOf(Word masked) noexcept
+{
+    return masked * 0x9E3779B97F4A7C15U >> 48;
+}
+
+void ForbiddenSearch::Look(const unsigned char* memory, std::size_t sizeBytes,
+                           std::vector<std::string>& places, const unsigned char* original) const
+{
+    constexpr Word kMask = ForbiddenBytes::kMask * 0x0101010101010101U;
+    for (std::size_t at = 0; at + sizeof(Word) <= sizeBytes; at += sizeof(Word)) {
+        const Word masked = WordAt(memory + at) ^ kMask;
+        if (!isHash_.test(HashOf(masked))) {
+            continue;
+        }
+        const auto [first, last] = byMaskedWord_.equal_range(masked);
+        for (auto found = first; found != last; ++found) {
+            const Candidate& candidate = found->second;
+            const std::size_t begin = at - candidate.offset;
+            if (candidate.offset <= at && begin + ForbiddenBytes::kPieceBytes <= sizeBytes &&
+                candidate.run->PieceStandsAt(candidate.piece, memory + begin)) {
+                places.push_back(Place(*candidate.run, candidate.piece, original + begin));
+            }
+        }
+    }
+}
+
+std::vector<std::string> FindInMemory(const ForbiddenSearch& search)
 {
     OverwriteSavedRegisters();
-    const ForbiddenSearch search(forbidden);
     std::vector<std::string> places;
-    // Read by the system and not by us: memory may be given back under our eyes, such as the stack
-    // of a thread of the system's pool that has idled long enough.
     const CopyRoom room;
     MEMORY_BASIC_INFORMATION region = {};
     const unsigned char* next = nullptr;

@@ -2,10 +2,11 @@
 
 #include <windows.h>
 
-#include <array>
 #include <bitset>
 #include <cstddef>
+#include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace kelvor::test {
@@ -36,55 +37,57 @@ class ForbiddenBytes {
     // Whether a piece stands at `memory`, which holds at least one piece's length.
     bool PieceStandsAt(std::size_t piece, const unsigned char* memory) const noexcept
     {
-        const unsigned char* masked = Piece(piece);
+        const unsigned char* masked = MaskedPiece(piece);
         std::size_t i = 0;
         while (i < kPieceBytes && (memory[i] ^ kMask) == masked[i]) {
             ++i;
         }
         return i == kPieceBytes;
     }
-    // A byte of a piece, masked.
-    unsigned char MaskedByte(std::size_t piece, std::size_t index) const noexcept
-    {
-        return Piece(piece)[index];
-    }
-    static constexpr unsigned char kMask = 0xA7;
-
- private:
-    const unsigned char* Piece(std::size_t piece) const noexcept
+    const unsigned char* MaskedPiece(std::size_t piece) const noexcept
     {
         const std::size_t offset = piece * kPieceBytes;
         const std::size_t last = masked_.size() - kPieceBytes;
         return masked_.data() + (offset < last ? offset : last);
     }
+    static constexpr unsigned char kMask = 0xA7;
 
+ private:
     std::string name_;
     std::vector<unsigned char> masked_;
 };
 
-// Looks for forbidden pieces, at any place.
+// Looks for forbidden pieces, at any place. Of the words of eight bytes that memory falls into, one
+// at least lies inside each piece: no more than those are looked up.
 class ForbiddenSearch {
  public:
-    // `forbidden` has to outlive the search.
-    explicit ForbiddenSearch(const std::vector<ForbiddenBytes>& forbidden);
+    explicit ForbiddenSearch(std::vector<ForbiddenBytes> forbidden);
+    ForbiddenSearch(const ForbiddenSearch&) = delete;
+    ForbiddenSearch& operator=(const ForbiddenSearch&) = delete;
 
     // One line for each piece found in `sizeBytes` bytes at `memory`, a copy of those at
-    // `original`.
+    // `original`. From any thread.
     void Look(const unsigned char* memory, std::size_t sizeBytes, std::vector<std::string>& places,
               const unsigned char* original) const;
 
  private:
+    using Word = std::uint64_t;
+    // Where a word stands in a piece.
     struct Candidate {
         const ForbiddenBytes* run;
         std::size_t piece;
+        std::size_t offset;
     };
-    std::array<std::vector<Candidate>, 256> byMaskedStart_;
-    std::bitset<65536> isStart_;  // by the first two bytes, masked
+    static std::size_t HashOf(Word masked) noexcept;
+
+    std::vector<ForbiddenBytes> forbidden_;
+    std::unordered_multimap<Word, Candidate> byMaskedWord_;
+    std::bitset<65536> isHash_;  // of one of those words
 };
 
 // Looks through all memory of this process that can be read: heaps, stacks, data; but not what
 // files were mapped for reading only.
 // Answers one line for each piece found. To be called while no other thread of ours works.
-std::vector<std::string> FindInMemory(const std::vector<ForbiddenBytes>& forbidden);
+std::vector<std::string> FindInMemory(const ForbiddenSearch& search);
 
 }  // namespace kelvor::test

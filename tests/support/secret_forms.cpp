@@ -102,17 +102,6 @@ void AddCodes(std::vector<Run>& runs, const Run& secret)
     AddText(runs, Hex(secret, "0123456789ABCDEF"));
 }
 
-}  // namespace
-
-char PinLetter(std::size_t index)
-{
-    constexpr std::size_t kEscapedEvery = 7;
-    if (index % kEscapedEvery == kEscapedEvery - 1) {
-        return index % 2 == 0 ? '"' : '\\';
-    }
-    return static_cast<char>('A' + FakeKey::HmacByte(kSeedOfPin, index) % 26);
-}
-
 std::vector<ForbiddenBytes> Secrets()
 {
     const Run pin = {"the PIN", kPinChars,
@@ -135,6 +124,23 @@ std::vector<ForbiddenBytes> Secrets()
         secrets.emplace_back(run.name, run.size, run.at);
     }
     return secrets;
+}
+
+}  // namespace
+
+char PinLetter(std::size_t index)
+{
+    constexpr std::size_t kEscapedEvery = 7;
+    if (index % kEscapedEvery == kEscapedEvery - 1) {
+        return index % 2 == 0 ? '"' : '\\';
+    }
+    return static_cast<char>('A' + FakeKey::HmacByte(kSeedOfPin, index) % 26);
+}
+
+const ForbiddenSearch& SecretSearch()
+{
+    static const ForbiddenSearch search(Secrets());
+    return search;
 }
 
 }  // namespace kelvor::test

@@ -20,6 +20,6 @@ char PinLetter(std::size_t index);
 
 // The PIN and the hmac-secret outputs of alice and bob: as they are, in UTF-16, escaped for JSON,
 // in Base64, in hexadecimal digits, reversed, and inside a request line.
-std::vector<ForbiddenBytes> Secrets();
+const ForbiddenSearch& SecretSearch();
 
 }  // namespace kelvor::test

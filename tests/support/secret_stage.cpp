@@ -114,8 +114,7 @@ void SecretStage::SetOnRequest(std::function<void(const std::string&)> onRequest
 
 void SecretStage::LookAtRequest(const std::string& line)
 {
-    const std::vector<ForbiddenBytes> secrets = Secrets();
-    const ForbiddenSearch search(secrets);
+    const ForbiddenSearch& search = SecretSearch();
     const std::string_view whole = line;
     const std::string_view meant = MeantSecret(whole);
     std::vector<std::string> places;
@@ -136,11 +135,10 @@ void SecretStage::LookAtRequest(const std::string& line)
 std::vector<std::string> SecretStage::SecretsLeft()
 {
     service.WaitForAllClients();
-    const std::vector<ForbiddenBytes> secrets = Secrets();
-    std::vector<std::string> left = FindInMemory(secrets);
+    std::vector<std::string> left = FindInMemory(SecretSearch());
     const std::string lines = log.Bytes();
     std::vector<std::string> inLog;
-    Look(ForbiddenSearch(secrets), lines, inLog);
+    Look(SecretSearch(), lines, inLog);
     for (const std::string& place : inLog) {
         left.push_back("in the log: " + place);
     }

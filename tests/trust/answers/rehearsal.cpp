@@ -84,9 +84,7 @@ Rehearsal::Rehearsal(Road road, Tally& tally, bool readsAhead)
     : road_(road),
       tally_(tally),
       golden_(GoldenAnswers(road)),
-      stage_(std::make_unique<test::SecretStage>(OptionsOf(road))),
-      secrets_(test::Secrets()),
-      search_(secrets_)
+      stage_(std::make_unique<test::SecretStage>(OptionsOf(road)))
 {
     if (road == Road::kFreshPc) {
         stage_->settings.Remove(L"FidoGate");
@@ -229,7 +227,7 @@ std::string Rehearsal::TakeLog()
     stage_->log.Forget();
     std::vector<std::string> places;
     const auto* const bytes = reinterpret_cast<const unsigned char*>(log.data());
-    search_.Look(bytes, log.size(), places, bytes);
+    test::SecretSearch().Look(bytes, log.size(), places, bytes);
     Expect(places.empty(), "the log holds " + Joined(places));
     ++tally_.logsSearched;
     return log;

@@ -68,8 +68,6 @@ class Rehearsal {
     Tally& tally_;
     CardAnswers golden_;
     std::unique_ptr<test::SecretStage> stage_;
-    std::vector<test::ForbiddenBytes> secrets_;
-    test::ForbiddenSearch search_;
     std::vector<unsigned char> goldenBuffer_;
     std::vector<std::string> complaints_;
     std::size_t commandsBefore_ = 0;
