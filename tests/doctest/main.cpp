@@ -1,0 +1,6 @@
+#include <doctest.h>
+
+int main(int argumentCount, char** arguments)
+{
+    return doctest::Context(argumentCount, arguments).run();
+}
