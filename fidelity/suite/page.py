@@ -4,8 +4,6 @@ import json
 import os
 import subprocess
 
-import known
-
 TREE = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 PAGE = os.path.join(TREE, "docs", "second_windows.md")
 RECORDS = os.path.join(TREE, "docs", "second_windows")
@@ -52,10 +50,9 @@ def row(record):
 
 
 def failures(records):
-    rows = [(record["programs"], failure["name"], "<br>".join(failure["said"]),
-             known.reason(record["folder"], failure["name"]) or "")
+    rows = [(record["programs"], failure["name"], "<br>".join(failure["said"]))
             for record in records for failure in record["failures"]]
-    return table(("programs", "test", "what it said", "why, where it is understood"), rows) if rows else "None.\n"
+    return table(("programs", "test", "what it said"), rows) if rows else "None.\n"
 
 
 def not_run(records):
