@@ -84,7 +84,8 @@ Rehearsal::Rehearsal(Road road, Tally& tally, bool readsAhead)
     : road_(road),
       tally_(tally),
       golden_(GoldenAnswers(road)),
-      stage_(std::make_unique<test::SecretStage>(OptionsOf(road)))
+      stage_(std::make_unique<test::SecretStage>(OptionsOf(road))),
+      waits_(stage_->Module().Handle())
 {
     if (road == Road::kFreshPc) {
         stage_->settings.Remove(L"FidoGate");

@@ -11,6 +11,7 @@
 #include "support/stage.h"
 #include "trust/answers/card_answers.h"
 #include "trust/answers/foresight.h"
+#include "trust/support/noted_waits.h"
 
 namespace kelvor::trust {
 
@@ -68,6 +69,7 @@ class Rehearsal {
     Tally& tally_;
     CardAnswers golden_;
     std::unique_ptr<test::SecretStage> stage_;
+    WaitNotes waits_;
     std::vector<unsigned char> goldenBuffer_;
     std::vector<std::string> complaints_;
     std::size_t commandsBefore_ = 0;

@@ -4,6 +4,8 @@
 
 #include <doctest.h>
 
+#include "support/readable_failures.h"
+#include "trust/support/noted_waits.h"
 #include "trust/support/options.h"
 #include "trust/support/report.h"
 
@@ -92,6 +94,7 @@ void Season::LetStageGo()
 void Season::End(const std::string& answers)
 {
     LetStageGo();
+    CHECK(UnprescribedWaits() == std::vector<std::string>{});
     CheckNothingGrew(answers);
     WriteFigures(answers);
 }

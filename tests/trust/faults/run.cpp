@@ -11,6 +11,7 @@
 #include "trust/faults/interposer.h"
 #include "trust/faults/memory_book.h"
 #include "trust/faults/sentinel.h"
+#include "trust/support/noted_waits.h"
 
 namespace kelvor::trust {
 namespace {
@@ -60,6 +61,7 @@ RunRecord WalkOnStage(const Road& road, std::optional<Fault> fault, bool looksFo
     }
     Interpose(stage.Module().Handle());
     Sentinel::Guard(stage.Module().Handle());
+    const WaitNotes waits(stage.Module().Handle());
     FaultDesk::Mine().Begin(FallibleFunctions().size(), fault);
     {
         std::optional<RunningClock> running;

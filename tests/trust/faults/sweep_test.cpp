@@ -13,6 +13,7 @@
 #include "trust/faults/judge.h"
 #include "trust/faults/plan.h"
 #include "trust/faults/sentinel.h"
+#include "trust/support/noted_waits.h"
 #include "trust/support/options.h"
 #include "trust/support/report.h"
 
@@ -38,6 +39,7 @@ using kelvor::trust::TheOptions;
 using kelvor::trust::Tries;
 using kelvor::trust::Unfailing;
 using kelvor::trust::UnfailingFunctions;
+using kelvor::trust::UnprescribedWaits;
 using kelvor::trust::Words;
 
 namespace {
@@ -188,6 +190,7 @@ TEST_CASE("Whichever call fails, the logon is whole or the refusal is true, and 
     }
     CHECK(sweep.Injected() > 0);
     CHECK(sweep.Missed() * 50 <= sweep.Injected());
+    CHECK(UnprescribedWaits() == std::vector<std::string>{});
     std::printf("%zu faults of %zu, %zu missed\n", sweep.Injected(), faults.size(), sweep.Missed());
     ReportFigure(
         "Whichever imported function fails, at whichever call and in whichever way its "

@@ -1,65 +1,15 @@
 #include "logon_ui_waits.h"
 
-#include <algorithm>
-#include <string_view>
-
-#include "support/method_times.h"
+#include <utility>
 
 namespace kelvor::trust {
-
-using test::MethodTimer;
-using test::NowUs;
-
 namespace {
 
 LogonUiWaits* active = nullptr;
 
-constexpr DWORD kLogTurnMs = 2000;  // the only wait of this length is the one for the log's mutex
 constexpr DWORD kTurnMs = 20;
 constexpr DWORD kMomentMs = 1;
 constexpr DWORD kPatienceMs = 3000;
-
-LogonUiWaits::Book& Mine()
-{
-    static LogonUiWaits::Book book;
-    return book;
-}
-
-constexpr const char* kThreadEnd = "the end of a thread";
-constexpr const char* kAnswer = "the card service's answer";
-constexpr const char* kPumping = "the sign-in, pumping";
-constexpr const char* kPause = "a pause";
-constexpr const char* kFreePipe = "a free instance of the pipe";
-constexpr const char* kLogTurn = "the log's turn";
-
-// What LogonUI's thread may wait for in which method, and for how long.
-struct Prescribed {
-    const char* what;
-    const char* bound;
-    std::vector<std::string_view> methods;  // none: all of them
-};
-
-const std::vector<Prescribed>& AllPrescribed()
-{
-    static const std::vector<Prescribed> prescribed = {
-        {kThreadEnd,
-         "the poll that the key watch is in, with its calls of the key's library",
-         {"SetDeselected", "UnAdvise", "GetSerialization", "Release", "Provider::Release",
-          "Provider::GetCredentialCount"}},
-        {kAnswer,
-         "3 s of silence after the disarming; a sign-in where no thread can start",
-         {"ReportResult", "GetSerialization"}},
-        {kPause,
-         "10 s of the disarming's connection, in steps; a sign-in where no thread can start",
-         {"ReportResult", "GetSerialization"}},
-        {kFreePipe,
-         "10 s of the disarming's connection, in steps; a sign-in where no thread can start",
-         {"ReportResult", "GetSerialization"}},
-        {kPumping, "the sign-in, where nobody could be told to collect it", {"GetSerialization"}},
-        {kLogTurn, "2 s a line, while another program keeps the log's mutex", {}},
-    };
-    return prescribed;
-}
 
 template <class Function>
 Function* Original(const simulator::ImportPatch& patch)
@@ -69,25 +19,6 @@ Function* Original(const simulator::ImportPatch& patch)
 
 }  // namespace
 
-// Notes one wait, and that its time is not the method's own.
-class NotedWait {
- public:
-    NotedWait(LogonUiWaits& waits, const char* what) : beginUs_(NowUs())
-    {
-        const char* const method = MethodTimer::Current();
-        const std::pair<std::string, std::string> wait = {
-            method != nullptr ? method : "outside the methods", what};
-        ++waits.noted_[wait];
-        ++Mine()[wait];
-    }
-    ~NotedWait() { MethodTimer::Waited(NowUs() - beginUs_); }
-    NotedWait(const NotedWait&) = delete;
-    NotedWait& operator=(const NotedWait&) = delete;
-
- private:
-    std::uint64_t beginUs_;
-};
-
 struct LogonUiWaitsEntry {
     static DWORD WINAPI ForOne(HANDLE handle, DWORD limitMs)
     {
@@ -95,15 +26,14 @@ struct LogonUiWaitsEntry {
         if (!self.Mine() || limitMs == 0) {
             return Original<decltype(WaitForSingleObject)>(self.patches_[0])(handle, limitMs);
         }
-        if (limitMs == INFINITE) {
-            const NotedWait wait(self, kThreadEnd);
+        const char* const what = WaitedFor(limitMs);
+        const NotedWait wait(what, &self.noted_);
+        if (what == waits::kThreadEnd) {
             return self.WaitForEnd(handle);
         }
-        if (limitMs == kLogTurnMs) {
-            const NotedWait wait(self, kLogTurn);
+        if (what == waits::kLogTurn) {
             return Original<decltype(WaitForSingleObject)>(self.patches_[0])(handle, limitMs);
         }
-        const NotedWait wait(self, kAnswer);
         return self.WaitForAnswer(handle, limitMs);
     }
 
@@ -114,7 +44,7 @@ struct LogonUiWaitsEntry {
         if (!self.Mine() || limitMs != INFINITE) {
             return MsgWaitForMultipleObjectsEx(count, handles, limitMs, mask, flags);
         }
-        const NotedWait wait(self, kPumping);
+        const NotedWait wait(waits::kPumping, &self.noted_);
         return self.Pump(count, handles, mask, flags);
     }
 
@@ -125,7 +55,7 @@ struct LogonUiWaitsEntry {
             Original<decltype(Sleep)>(self.patches_[2])(ms);
             return;
         }
-        const NotedWait wait(self, kPause);
+        const NotedWait wait(waits::kPause, &self.noted_);
         Original<decltype(Sleep)>(self.patches_[2])(ms);
     }
 
@@ -136,7 +66,7 @@ struct LogonUiWaitsEntry {
         if (!self.Mine()) {
             return original(name, limitMs);
         }
-        const NotedWait wait(self, kFreePipe);
+        const NotedWait wait(waits::kFreePipe, &self.noted_);
         return original(name, kMomentMs);
     }
 };
@@ -156,33 +86,6 @@ LogonUiWaits::~LogonUiWaits()
 {
     patches_.clear();
     active = nullptr;
-}
-
-const LogonUiWaits::Book& LogonUiWaits::All()
-{
-    return trust::Mine();
-}
-
-std::vector<std::string> LogonUiWaits::Unprescribed()
-{
-    std::vector<std::string> lines;
-    for (const auto& [wait, times] : All()) {
-        if (Bound(wait.first, wait.second) == nullptr) {
-            lines.push_back(wait.first + " waits for " + wait.second);
-        }
-    }
-    return lines;
-}
-
-const char* LogonUiWaits::Bound(const std::string& method, const std::string& what)
-{
-    for (const Prescribed& row : AllPrescribed()) {
-        if (what == row.what &&
-            (row.methods.empty() || std::ranges::count(row.methods, method) != 0)) {
-            return row.bound;
-        }
-    }
-    return nullptr;
 }
 
 DWORD LogonUiWaits::Pump(DWORD count, const HANDLE* handles, DWORD mask, DWORD flags)

@@ -3,12 +3,10 @@
 #include <windows.h>
 
 #include <functional>
-#include <map>
-#include <string>
-#include <utility>
 #include <vector>
 
 #include "imports/import_table.h"
+#include "trust/support/noted_waits.h"
 
 namespace kelvor::trust {
 
@@ -35,19 +33,10 @@ class LogonUiWaits {
     LogonUiWaits(const LogonUiWaits&) = delete;
     LogonUiWaits& operator=(const LogonUiWaits&) = delete;
 
-    // How often each method waited for what: "SetDeselected" and "a thread's end".
-    using Book = std::map<std::pair<std::string, std::string>, std::size_t>;
-    const Book& Noted() const noexcept { return noted_; }
-    // Of all objects in this process.
-    static const Book& All();
-    // Those of them that nothing prescribes, one line each.
-    static std::vector<std::string> Unprescribed();
-    // How long such a wait lasts at most, in words; null when nothing prescribes it.
-    static const char* Bound(const std::string& method, const std::string& what);
+    const WaitBook& Noted() const noexcept { return noted_; }
 
  private:
     friend struct LogonUiWaitsEntry;
-    friend class NotedWait;
     DWORD Pump(DWORD count, const HANDLE* handles, DWORD mask, DWORD flags);
     DWORD WaitForEnd(HANDLE handle);
     void GoOnIfStuck();
@@ -56,7 +45,7 @@ class LogonUiWaits {
 
     const DWORD threadId_;
     Callbacks callbacks_;
-    Book noted_;
+    WaitBook noted_;
     bool gaveUpPumping_ = false;  // since the last pump, whose thread has not ended
     std::vector<simulator::ImportPatch> patches_;
 };

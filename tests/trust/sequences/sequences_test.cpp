@@ -96,19 +96,6 @@ void ShowSmallest(const Sequence& whole, std::uint64_t index)
     MESSAGE("the smallest sequence that was found to fail:\n", TextOf(PartOf(whole, smallest)));
 }
 
-void ReportWaits()
-{
-    std::vector<std::vector<std::string>> rows;
-    for (const auto& [wait, times] : LogonUiWaits::All()) {
-        const char* const bound = LogonUiWaits::Bound(wait.first, wait.second);
-        if (bound != nullptr && wait.second != "the log's turn") {
-            rows.push_back({wait.first, wait.second, Grouped(times), bound});
-        }
-    }
-    ReportTable("The waits of LogonUI's thread, all of them prescribed",
-                {"method", "waited for", "times", "at most"}, rows);
-}
-
 }  // namespace
 
 TEST_CASE(
@@ -133,7 +120,7 @@ TEST_CASE(
             ShowSmallest(whole, index);
         }
     }
-    CHECK(LogonUiWaits::Unprescribed() == std::vector<std::string>());
+    CHECK(UnprescribedWaits() == std::vector<std::string>());
     ReportFigure(
         "Sequences of what LogonUI, the user, the key, the directory and the card service "
         "can do, illegal orders and arguments included, broke no rule and left nothing.",
@@ -142,5 +129,4 @@ TEST_CASE(
         "When everything was let go, nothing was left of a PIN or of the key's secrets in memory, "
         "the log or a request's other members.",
         Grouped(looks) + " searches");
-    ReportWaits();
 }

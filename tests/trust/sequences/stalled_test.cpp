@@ -18,7 +18,7 @@ using kelvor::test::Stage;
 namespace {
 
 constexpr DWORD kChallengeMs = 30'000;
-constexpr const char* kLogTurn = "the log's turn";
+constexpr const char* kLogTurn = waits::kLogTurn;
 
 // The waits of LogonUI's thread on a stage; whoever is asked for an answer stays silent.
 LogonUiWaits::Callbacks NobodyAnswers(Stage& stage)

@@ -11,8 +11,10 @@
 
 #include "module_blocks.h"
 #include "process_sample.h"
+#include "support/readable_failures.h"
 #include "support/stage.h"
 #include "trend.h"
+#include "trust/support/noted_waits.h"
 #include "trust/support/options.h"
 #include "trust/support/random.h"
 #include "trust/support/report.h"
@@ -51,6 +53,7 @@ LeftBlocks LiveOnce(std::uint64_t index)
 {
     Random random(TheOptions().seed, index);
     Stage stage;
+    const WaitNotes waits(stage.Module().Handle());
     const ModuleBlocks blocks(stage.Module().Handle());
     SignInAndLeave(stage);
     const long first = blocks.Held();
@@ -145,6 +148,7 @@ TEST_CASE("Memory, handles and threads stay flat however many people come to sig
         }
         progress.Say(lives.Done() + 1, sample);
     }
+    CHECK(UnprescribedWaits() == std::vector<std::string>{});
     const std::size_t visits = lives.Done() * kVisitsOfALife;
     Tell(trends, visits);
     for (std::size_t kind = 0; kind < trends.size(); ++kind) {

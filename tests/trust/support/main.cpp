@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "trust/support/method_report.h"
+#include "trust/support/noted_waits.h"
 #include "trust/support/options.h"
 
 // LogonUI's thread has COM in a single-threaded apartment when it loads a provider.
@@ -29,6 +30,7 @@ int main(int argumentCount, char** arguments)
         others.push_back(word.c_str());
     }
     const int result = doctest::Context(static_cast<int>(others.size()), others.data()).run();
+    kelvor::trust::ReportWaits();
     kelvor::trust::ReportMethodTimes();
     CoUninitialize();
     return result;
